@@ -1,0 +1,90 @@
+#pragma once
+
+/// \file
+/// `Zon::SnapshotIterator<ListRaw<T>>`: a walk over a copy of a list, for delivering to members that come and
+/// go meanwhile.
+///
+/// Guarantees
+///   A  It walks the members that the list had when the snapshot was taken, in their order; what the list
+///   does
+///      afterwards does not matter.
+///   B  Every member not yet passed is held by one reference; the one the iterator leaves is released at
+///   once, and
+///      the snapshot has forgotten it before its destructor can run.
+///   C  Up to `inlineCapacity` members it does not touch the heap.
+///
+/// Use
+///
+///     Zon::SnapshotIterator<Zon::ListRaw<Watcher>> it(watchers);
+///     while (it) {
+///       it->onChange();
+///       ++it;
+///       it.skipDropped();   // released unseen: whoever nobody but the snapshot holds any more
+///     }
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "Zon/ListRaw.h"
+
+namespace Zon {
+
+template <class List>
+class SnapshotIterator {
+ public:
+  using Member = typename List::Member;
+
+  static constexpr std::uint32_t inlineCapacity = 16;
+
+  /// Copies the list and tells it when the copying walk is over.
+  explicit SnapshotIterator(List const& list) : elements_(inline_) {
+    if (list.count() > inlineCapacity) [[unlikely]] {
+      heap_.reset(new Member*[list.count()]);
+      elements_ = heap_.get();
+    }
+    typename List::LrIterator it(list);
+    Member** end = elements_;
+    for (; it; ++it) {
+      increment(it.ptr());
+      *end++ = it.ptr();
+    }
+    end_ = end;
+    list.zonWalkEnded(it);
+  }
+  SnapshotIterator(SnapshotIterator const&) = delete;
+  SnapshotIterator& operator=(SnapshotIterator const&) = delete;
+  ~SnapshotIterator() {
+    while (*this)
+      ++*this;
+  }
+
+  explicit operator bool() const noexcept { return elements_ != end_; }
+  /// The element the iterator stands on, null at the end.
+  Member* ptr() const noexcept { return *this ? *elements_ : nullptr; }
+  Member* operator->() const noexcept { return *elements_; }
+  Member& operator*() const noexcept { return **elements_; }
+
+  /// Releases the element it leaves. REQUIRES: the iterator is not at the end.
+  SnapshotIterator& operator++() noexcept {
+    // Past it before the release: a destructor that runs now finds a snapshot without this element.
+    Member* const left = *elements_++;
+    decrement(left);
+    return *this;
+  }
+
+  /// Moves on, releasing unseen, while the element is held by nobody but this snapshot.
+  void skipDropped() noexcept {
+    while (*this && (*elements_)->zonReferences() == 1)
+      ++*this;
+  }
+
+ private:
+  // The references of [elements_, end_) are owned; what lies before was released.
+  Member** elements_;
+  Member** end_;
+  std::unique_ptr<Member*[]> heap_;
+  Member* inline_[inlineCapacity];
+};
+
+}  // namespace Zon
