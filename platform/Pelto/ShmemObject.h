@@ -1,0 +1,111 @@
+#pragma once
+
+/// \file
+/// `Pelto::ShmemObject`: one POSIX shared-memory object with the header of a counter object, mapped for good.
+///
+/// Guarantees
+///   A  The whole capacity is mapped once, at construction: growing the object moves nothing.
+///   B  What an object says about itself is checked when it is opened; one with another magic, version, size
+///   or
+///      impossible numbers is refused by a range exception and left alone.
+///   C  An object is either empty or has a complete header, whenever a maker is killed.
+///   D  Space is allocated before it is written: no later write fails for want of memory.
+///
+/// Layout, native byte order: a header of 64 bytes (`Header`), then what the owner puts there.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "Zon/String8.h"
+
+namespace Pelto {
+
+class ShmemObject {
+public:
+  static constexpr std::uint32_t version = 1;
+  static constexpr std::uint32_t blockSize = 64;
+  static constexpr char magic[9] = "VAROSHM1";
+
+  struct Header {
+    char magic[8];
+    std::uint32_t version;
+    std::uint32_t headerSize;
+    std::uint64_t capacity;
+    std::uint64_t reserved;
+    std::uint64_t used;
+    std::uint32_t blockSize;
+    std::uint32_t blockCount;
+    std::byte zeros[16];
+  };
+  static_assert(sizeof(Header) == 64);
+
+  enum class Open { existing, existingOrNew };
+
+  /// Opens the object of that name; makes it when it is absent and `how` allows. The empty name makes an
+  /// object of this process and the children it forks, which has no name any more when the constructor
+  /// returns. `capacity`, in bytes, is for a new object. Throws a range exception.
+  ShmemObject(Zon::Name const& name, Open how, std::uint64_t capacity);
+  ShmemObject(ShmemObject const&) = delete;
+  ShmemObject& operator=(ShmemObject const&) = delete;
+  ~ShmemObject();
+
+  /// "/" and the name, bytes outside `A-Za-z0-9._-` as `%HH`. Above 255 characters: range exception.
+  static std::string objectName(Zon::Name const& name);
+  /// Removes the name; false when absent. Throws a range exception when it is not allowed.
+  static bool unlink(Zon::Name const& name);
+
+  std::byte* base() const noexcept { return base_; }
+  std::uint64_t capacity() const noexcept { return capacity_; }
+
+  /// Number of complete blocks; what their makers wrote is visible after this call.
+  std::uint32_t blockCount() const noexcept;
+  /// Bytes in use, header included. Not to be trusted beyond `covers`.
+  std::uint64_t used() const noexcept;
+  /// Whether the first `size` bytes are inside the capacity and exist: then they can be read.
+  bool covers(std::uint64_t size) noexcept;
+  /// Allocates the first `size` bytes, in larger steps. 0, or an error number; then nothing has changed.
+  /// REQUIRES: `size` <= capacity; the lock is held.
+  int reserve(std::uint64_t size) noexcept;
+  /// Makes everything written before visible to other processes. REQUIRES: the lock is held.
+  void publish(std::uint64_t used, std::uint32_t blockCount) noexcept;
+
+  /// How messages name the object.
+  std::string const& description() const noexcept { return description_; }
+  [[noreturn]] void fail(std::string const& what, int error = 0) const;
+
+  /// The advisory lock that makers of blocks hold. It goes when its process goes, however that happens.
+  class Lock {
+  public:
+    explicit Lock(ShmemObject const& object);
+    Lock(Lock const&) = delete;
+    Lock& operator=(Lock const&) = delete;
+    ~Lock();
+
+  private:
+    ShmemObject const& object_;
+    bool const taken_;
+  };
+
+private:
+  void openNamed(std::string const& path, Open how, std::uint64_t capacity);
+  void openPrivate(std::uint64_t capacity);
+  void initialise(std::uint64_t capacity);
+  void checkCapacity(std::uint64_t capacity) const;
+  void validate();
+  std::uint64_t size() const;
+  Header* header() const noexcept;
+  bool isShared() const noexcept;
+  bool lock(short type) const noexcept;
+
+  std::string description_;
+  bool const private_;
+  std::uint32_t forksAtBirth_ = 0;
+  int fd_ = -1;
+  std::byte* base_ = nullptr;
+  std::uint64_t capacity_ = 0;
+  std::uint64_t covered_ = 0;    // bytes known to exist
+  std::uint64_t allocated_ = 0;  // bytes this process has made sure of
+};
+
+}  // namespace Pelto
