@@ -24,27 +24,50 @@ constexpr std::uint64_t finalMix(std::uint64_t word) noexcept {
   return word ^ (word >> 32);
 }
 
-}  // namespace
+std::uint64_t load64(char const* at) noexcept {
+  std::uint64_t word;
+  std::memcpy(&word, at, sizeof word);
+  return word;
+}
 
-std::uint32_t String8::hashOf(std::string_view bytes) noexcept {
-  if (bytes.empty()) return String8().hash();
+std::uint32_t load32(char const* at) noexcept {
+  std::uint32_t word;
+  std::memcpy(&word, at, sizeof word);
+  return word;
+}
+
+// REQUIRES: `size` < 8. The length is mixed in elsewhere, so overlapping loads keep strings apart.
+std::uint64_t loadShort(char const* at, std::size_t size) noexcept {
+  if (size >= 4) return load32(at) | std::uint64_t{load32(at + size - 4)} << 32;
+  auto const byte = [at](std::size_t i) { return std::uint64_t{static_cast<unsigned char>(at[i])}; };
+  return size == 0 ? 0 : byte(0) | byte(size / 2) << 8 | byte(size - 1) << 16;
+}
+
+// Never zero, which stands for "not computed yet".
+std::uint32_t reversedHashOf(std::string_view bytes) noexcept {
   std::uint64_t state = bytes.size() * mixer;
+  auto const mix = [&state](std::uint64_t word) { state = std::rotl((state ^ word) * mixer, 29); };
   char const* at = bytes.data();
   std::size_t left = bytes.size();
-  while (left != 0) {
-    std::size_t const step = std::min(left, sizeof(std::uint64_t));
-    std::uint64_t word = 0;
-    std::memcpy(&word, at, step);
-    state = std::rotl((state ^ word) * mixer, 29);
-    at += step;
-    left -= step;
+  if (left < 8) {
+    mix(loadShort(at, left));
+  } else {
+    for (; left > 8; left -= 8, at += 8)
+      mix(load64(at));
+    mix(load64(at + left - 8));
   }
   auto const hash = static_cast<std::uint32_t>(finalMix(state));
   return hash != 0 ? hash : 1;
 }
 
+}  // namespace
+
+std::uint32_t String8::hashOf(std::string_view bytes) noexcept {
+  return bytes.empty() ? String8().hash() : bitReverse(reversedHashOf(bytes));
+}
+
 std::uint32_t String8::Data::computeReversedHash() const noexcept {
-  std::uint32_t const reversed = bitReverse(hashOf(view()));
+  std::uint32_t const reversed = reversedHashOf(view());
   reversedHash_.store(reversed, std::memory_order_relaxed);
   return reversed;
 }

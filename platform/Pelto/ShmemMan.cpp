@@ -26,9 +26,7 @@ constexpr std::uint64_t blockOffset(std::uint64_t nameLength) noexcept {
   return (sizeof(RecordHead) + nameLength + blockSize - 1) / blockSize * blockSize;
 }
 
-constexpr std::uint64_t recordSizeOf(std::uint64_t nameLength) noexcept {
-  return blockOffset(nameLength) + blockSize;
-}
+constexpr std::uint64_t recordSizeOf(std::uint64_t nameLength) noexcept { return blockOffset(nameLength) + blockSize; }
 
 // One read, so that what was checked is what is used.
 std::uint32_t readOnce(std::byte* at) noexcept {
@@ -36,6 +34,8 @@ std::uint32_t readOnce(std::byte* at) noexcept {
 }
 
 }  // namespace
+
+CounterBlock::~CounterBlock() = default;
 
 ShmemMan::ShmemMan(Zon::Name name, std::uint64_t capacity)
   : ShmemMan(std::move(name), ShmemObject::Open::existingOrNew, capacity) {}
@@ -65,7 +65,7 @@ Zon::Ptr<CounterBlock> ShmemMan::counterBlock(Zon::String8 name) const {
 
 std::uint32_t ShmemMan::counterBlocks() const {
   discover();
-  return static_cast<std::uint32_t>(blocks_.size());
+  return count_;
 }
 
 ShmemMan::CounterBlockIterator ShmemMan::counterBlockIterator() const {
@@ -79,32 +79,34 @@ Zon::Ptr<CounterBlock> ShmemMan::newCounterBlock(Zon::String8 name) {
   if (discover()) {
     if (CounterBlock* const foreign = find(name)) return foreign;
   }
-  auto const refuse = [&](std::string const& why, int error = 0) {
-    object_.fail("no counter block \"" + name.stdString() + "\": " + why, error);
-  };
-  if (damaged_) refuse("the object is damaged");
-  std::uint64_t const recordSize = recordSizeOf(name.length());
+  if (damaged_) refuse(name, "the object is damaged");
+  std::size_t const nameLength = name.length();
+  std::uint64_t const recordSize = recordSizeOf(nameLength);
   if (recordSize > object_.capacity() - end_ || recordSize > std::numeric_limits<std::uint32_t>::max() ||
-      blocks_.size() == std::numeric_limits<std::uint32_t>::max()) {
-    refuse("the capacity of " + std::to_string(object_.capacity()) + " bytes is exhausted");
+      count_ == std::numeric_limits<std::uint32_t>::max()) {
+    refuseExhausted(name);
   }
-  if (int const error = object_.reserve(end_ + recordSize)) refuse("no memory", error);
+  if (int const error = object_.reserve(end_ + recordSize)) refuse(name, "no memory", error);
 
-  // Everything that can fail comes before the record is visible.
+  // Whatever can fail comes before the first byte is written.
   std::byte* const record = object_.base() + end_;
-  std::byte* const data = record + blockOffset(name.length());
-  auto block = Zon::newPtr<CounterBlock>(name, data);
-  makeRoom();
+  std::byte* const data = record + blockOffset(nameLength);
+  add(name, data, recordSize);
   // A killed maker may have left something here.
   std::memset(record, 0, recordSize);
-  RecordHead const head{static_cast<std::uint32_t>(recordSize), static_cast<std::uint32_t>(name.length())};
+  RecordHead const head{static_cast<std::uint32_t>(recordSize), static_cast<std::uint32_t>(nameLength)};
   std::memcpy(record, &head, sizeof head);
-  std::memcpy(record + sizeof head, name.view().data(), name.length());
+  std::memcpy(record + sizeof head, name.view().data(), nameLength);
+  object_.publish(end_, count_);
+  return blocks_.back();
+}
 
-  Zon::Ptr<CounterBlock> made = block;
-  add(std::move(block), recordSize);
-  object_.publish(end_, static_cast<std::uint32_t>(blocks_.size()));
-  return made;
+void ShmemMan::refuse(Zon::String8 const& name, std::string const& why, int error) const {
+  object_.fail("no counter block \"" + name.stdString() + "\": " + why, error);
+}
+
+void ShmemMan::refuseExhausted(Zon::String8 const& name) const {
+  refuse(name, "the capacity of " + std::to_string(object_.capacity()) + " bytes is exhausted");
 }
 
 CounterBlock* ShmemMan::find(Zon::String8 const& name) const noexcept {
@@ -119,19 +121,15 @@ CounterBlock* ShmemMan::find(Zon::String8 const& name) const noexcept {
   return nullptr;
 }
 
-// Takes in what others published since the last time; true if there was something.
-bool ShmemMan::discover() const {
-  std::uint32_t const published = object_.blockCount();
-  if (published <= blocks_.size() || damaged_) [[likely]] {
-    return false;
-  }
-  std::size_t const before = blocks_.size();
+bool ShmemMan::discoverUpTo(std::uint32_t published) const {
+  if (damaged_) return false;
+  std::uint32_t const before = count_;
   // `used` was stored before the count, so it lies behind all these records.
   std::uint64_t const limit = object_.used();
   if (!object_.covers(limit)) damaged_ = true;
-  while (!damaged_ && blocks_.size() < published)
+  while (!damaged_ && count_ < published)
     damaged_ = !discoverOne(limit);
-  return blocks_.size() != before;
+  return count_ != before;
 }
 
 // False when there is no sound record at `end_`.
@@ -142,19 +140,26 @@ bool ShmemMan::discoverOne(std::uint64_t limit) const {
   std::uint32_t const nameLength = readOnce(record + offsetof(RecordHead, nameLength));
   if (recordSize != recordSizeOf(nameLength) || recordSize > limit - end_) return false;
 
-  Zon::String8 name =
-      std::string_view(reinterpret_cast<char const*>(record + sizeof(RecordHead)), nameLength);
+  Zon::String8 const name = std::string_view(reinterpret_cast<char const*>(record + sizeof(RecordHead)), nameLength);
   if (find(name) != nullptr) return false;
-  auto block = Zon::newPtr<CounterBlock>(std::move(name), record + blockOffset(nameLength));
-  makeRoom();
-  add(std::move(block), recordSize);
+  add(name, record + blockOffset(nameLength), recordSize);
   return true;
 }
 
-// Room for one block more in both containers.
-void ShmemMan::makeRoom() const {
-  if (blocks_.size() == blocks_.capacity()) blocks_.reserve(std::max<std::size_t>(16, 2 * blocks_.size()));
-  if (2 * (blocks_.size() + 1) <= slots_.size()) return;
+// Takes in the block whose record begins at `end_`; all or nothing.
+void ShmemMan::add(Zon::String8 const& name, std::byte* data, std::uint64_t recordSize) const {
+  if (2 * (std::size_t{count_} + 1) > slots_.size()) growSlots();
+  blocks_.push_back(Zon::newPtr<CounterBlock>(name, data));
+  std::size_t const mask = slots_.size() - 1;
+  std::uint32_t const hash = name.reversedHash();
+  std::size_t at = hash & mask;
+  while (slots_[at].number != 0)
+    at = (at + 1) & mask;
+  slots_[at] = {hash, ++count_};
+  end_ += recordSize;
+}
+
+void ShmemMan::growSlots() const {
   std::vector<Slot> larger(std::max<std::size_t>(32, 2 * slots_.size()), Slot{0, 0});
   std::size_t const mask = larger.size() - 1;
   for (Slot const& slot : slots_) {
@@ -167,20 +172,7 @@ void ShmemMan::makeRoom() const {
   slots_.swap(larger);
 }
 
-// REQUIRES: there is room, and the block's record lies at `end_`.
-void ShmemMan::add(Zon::Ptr<CounterBlock>&& block, std::uint64_t recordSize) const noexcept {
-  std::size_t const mask = slots_.size() - 1;
-  std::uint32_t const hash = block->name_.reversedHash();
-  std::size_t at = hash & mask;
-  while (slots_[at].number != 0)
-    at = (at + 1) & mask;
-  blocks_.push_back(std::move(block));
-  slots_[at] = {hash, static_cast<std::uint32_t>(blocks_.size())};
-  end_ += recordSize;
-}
-
-ShmemMan::CounterBlockIterator::CounterBlockIterator(Zon::Ptr<ShmemMan const> manager)
-  : manager_(std::move(manager)) {
+ShmemMan::CounterBlockIterator::CounterBlockIterator(Zon::Ptr<ShmemMan const> manager) : manager_(std::move(manager)) {
   load();
 }
 

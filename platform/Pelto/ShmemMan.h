@@ -24,6 +24,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -35,8 +37,9 @@ namespace Pelto {
 
 /// One block of counters. What the bytes mean is its users' affair.
 class CounterBlock : public Zon::PtrInterface {
-public:
+ public:
   CounterBlock(Zon::String8 name, std::byte* data) noexcept : name_(std::move(name)), data_(data) {}
+  ~CounterBlock() override;
 
   Zon::String8 const& name() const noexcept { return name_; }
   /// The shared bytes, valid while the manager lives; null when it is gone.
@@ -44,7 +47,7 @@ public:
   /// Bytes at `data()`.
   std::size_t size() const noexcept { return ShmemObject::blockSize; }
 
-private:
+ private:
   friend class ShmemMan;
 
   Zon::String8 const name_;
@@ -52,7 +55,7 @@ private:
 };
 
 class ShmemMan : public Zon::PtrInterface {
-public:
+ public:
   class CounterBlockIterator;
 
   static constexpr std::uint64_t defaultCapacity = 268435456;
@@ -83,7 +86,7 @@ public:
   /// Walks the blocks in order of creation.
   CounterBlockIterator counterBlockIterator() const;
 
-private:
+ private:
   /// Where a block stands in `blocks_`, filed by hash.
   struct Slot {
     std::uint32_t hash;
@@ -93,24 +96,32 @@ private:
   ShmemMan(Zon::Name name, ShmemObject::Open how, std::uint64_t capacity);
 
   CounterBlock* find(Zon::String8 const& name) const noexcept;
-  bool discover() const;
+  /// Takes in what others published since the last time; true if there was something.
+  bool discover() const {
+    std::uint32_t const published = object_.blockCount();
+    return published > count_ && discoverUpTo(published);
+  }
+  bool discoverUpTo(std::uint32_t published) const;
   bool discoverOne(std::uint64_t limit) const;
-  void makeRoom() const;
-  void add(Zon::Ptr<CounterBlock>&& block, std::uint64_t recordSize) const noexcept;
+  void add(Zon::String8 const& name, std::byte* data, std::uint64_t recordSize) const;
+  void growSlots() const;
+  [[noreturn]] void refuse(Zon::String8 const& name, std::string const& why, int error = 0) const;
+  [[noreturn]] void refuseExhausted(Zon::String8 const& name) const;
 
   Zon::Name const name_;
   mutable ShmemObject object_;
   // What is known of the object. Invariants: `blocks_` are its first records, which end at `end_`; every
   // block is in `slots_`, a power of two of them and never more than half taken.
-  mutable std::vector<Zon::Ptr<CounterBlock>> blocks_;
+  mutable std::deque<Zon::Ptr<CounterBlock>> blocks_;
   mutable std::vector<Slot> slots_;
+  mutable std::uint32_t count_ = 0;  // of blocks_
   mutable std::uint64_t end_ = sizeof(ShmemObject::Header);
   mutable bool damaged_ = false;
 };
 
 /// Stands on a block or at the end; holds the manager. Blocks made during the walk are met.
 class ShmemMan::CounterBlockIterator {
-public:
+ public:
   /// Stands on the first block.
   explicit CounterBlockIterator(Zon::Ptr<ShmemMan const> manager);
 
@@ -130,7 +141,7 @@ public:
     return *this;
   }
 
-private:
+ private:
   void load();
 
   Zon::Ptr<ShmemMan const> manager_;

@@ -24,17 +24,6 @@ constexpr std::uint64_t page = 4096;
 constexpr std::uint64_t stepMin = 16 * page;
 constexpr std::uint64_t stepMax = 256 * page;
 
-constinit std::atomic<std::uint32_t> forks = 0;
-
-// Number of forks so far. Only a fork shares a private object, so until then its lock can be spared.
-std::uint32_t forkCount() noexcept {
-  static bool const counting =
-      pthread_atfork([] { forks.fetch_add(1, std::memory_order_relaxed); }, nullptr, nullptr) == 0;
-  // Not counting looks like a fork at every moment.
-  if (!counting) forks.fetch_add(1, std::memory_order_relaxed);
-  return forks.load(std::memory_order_relaxed);
-}
-
 template <class Call>
 auto retried(Call&& call) {
   auto result = call();
@@ -44,8 +33,7 @@ auto retried(Call&& call) {
 }
 
 bool isPlain(unsigned char c) noexcept {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '_' ||
-         c == '-';
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '_' || c == '-';
 }
 
 std::string encoded(std::string_view name) {
@@ -63,6 +51,8 @@ std::string encoded(std::string_view name) {
 }
 
 }  // namespace
+
+constinit std::atomic<std::uint32_t> ShmemObject::forks_ = 0;
 
 std::string ShmemObject::objectName(Zon::Name const& name) {
   std::string path = "/" + encoded(name.view());
@@ -128,11 +118,13 @@ void ShmemObject::openNamed(std::string const& path, Open how, std::uint64_t cap
 void ShmemObject::openPrivate(std::uint64_t capacity) {
   static constinit std::atomic<std::uint64_t> serial = 0;
   checkCapacity(capacity);
-  forksAtBirth_ = forkCount();
+  static int const notCounting =
+      pthread_atfork([] { forks_.fetch_add(1, std::memory_order_relaxed); }, nullptr, nullptr);
+  if (notCounting != 0) fail("cannot watch for forks", notCounting);
+  forksAtBirth_ = forks_.load(std::memory_order_relaxed);
   do {
     // No encoded name contains a tilde.
-    std::string const path =
-        "/~varo." + std::to_string(::getpid()) + "." + std::to_string(serial.fetch_add(1));
+    std::string const path = "/~varo." + std::to_string(::getpid()) + "." + std::to_string(serial.fetch_add(1));
     fd_ = retried([&] { return ::shm_open(path.c_str(), O_RDWR | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR); });
     if (fd_ >= 0) ::shm_unlink(path.c_str());
   } while (fd_ < 0 && errno == EEXIST);
@@ -173,9 +165,8 @@ void ShmemObject::validate() {
   if (seen.headerSize != sizeof(Header) || seen.blockSize != blockSize) fail("its sizes are not ours");
   std::uint64_t const actual = size();
   bool const sound = seen.capacity >= sizeof(Header) && seen.capacity <= std::uint64_t{PTRDIFF_MAX} &&
-                     actual <= seen.capacity && seen.reserved <= seen.capacity &&
-                     seen.used >= sizeof(Header) && seen.used % blockSize == 0 &&
-                     seen.used <= seen.reserved && seen.used <= actual;
+                     actual <= seen.capacity && seen.reserved <= seen.capacity && seen.used >= sizeof(Header) &&
+                     seen.used % blockSize == 0 && seen.used <= seen.reserved && seen.used <= actual;
   if (!sound) fail("its header is damaged");
   capacity_ = seen.capacity;
   covered_ = actual;
@@ -187,16 +178,6 @@ std::uint64_t ShmemObject::size() const {
   return static_cast<std::uint64_t>(status.st_size);
 }
 
-ShmemObject::Header* ShmemObject::header() const noexcept { return reinterpret_cast<Header*>(base_); }
-
-std::uint32_t ShmemObject::blockCount() const noexcept {
-  return std::atomic_ref(header()->blockCount).load(std::memory_order_acquire);
-}
-
-std::uint64_t ShmemObject::used() const noexcept {
-  return std::atomic_ref(header()->used).load(std::memory_order_relaxed);
-}
-
 bool ShmemObject::covers(std::uint64_t wanted) noexcept {
   if (wanted <= covered_) return true;
   if (wanted > capacity_) return false;
@@ -206,10 +187,9 @@ bool ShmemObject::covers(std::uint64_t wanted) noexcept {
   return wanted <= covered_;
 }
 
-int ShmemObject::reserve(std::uint64_t wanted) noexcept {
-  if (wanted <= allocated_) return 0;
+int ShmemObject::allocate(std::uint64_t wanted) noexcept {
   // Nobody's word is taken for what is allocated already: repeating it costs little.
-  auto const allocate = [&](std::uint64_t target) {
+  auto const upTo = [&](std::uint64_t target) {
     target = std::min((target + page - 1) / page * page, capacity_);
     int error;
     do {
@@ -224,12 +204,7 @@ int ShmemObject::reserve(std::uint64_t wanted) noexcept {
   };
   std::uint64_t const step = std::clamp(wanted / 2, stepMin, stepMax);
   // When the step is too much, the bare need may still fit.
-  return allocate(wanted + step) == 0 ? 0 : allocate(wanted);
-}
-
-void ShmemObject::publish(std::uint64_t usedNow, std::uint32_t count) noexcept {
-  std::atomic_ref(header()->used).store(usedNow, std::memory_order_relaxed);
-  std::atomic_ref(header()->blockCount).store(count, std::memory_order_release);
+  return upTo(wanted + step) == 0 ? 0 : upTo(wanted);
 }
 
 void ShmemObject::fail(std::string const& what, int error) const {
@@ -238,22 +213,22 @@ void ShmemObject::fail(std::string const& what, int error) const {
   Zon::throwRangeException(std::move(text));
 }
 
-bool ShmemObject::isShared() const noexcept { return !private_ || forkCount() != forksAtBirth_; }
+namespace {
 
 // Record locks, not flock: a forked child shares the open file, but is another process.
-bool ShmemObject::lock(short type) const noexcept {
+int setLock(int fd, short type) noexcept {
   struct flock whole {};
   whole.l_type = type;
   whole.l_whence = SEEK_SET;
-  return retried([&] { return ::fcntl(fd_, F_SETLKW, &whole); }) == 0;
+  return retried([&] { return ::fcntl(fd, F_SETLKW, &whole); });
 }
 
-ShmemObject::Lock::Lock(ShmemObject const& object) : object_(object), taken_(object.isShared()) {
-  if (taken_ && !object.lock(F_WRLCK)) object.fail("cannot lock", errno);
+}  // namespace
+
+void ShmemObject::lock() const {
+  if (setLock(fd_, F_WRLCK) != 0) fail("cannot lock", errno);
 }
 
-ShmemObject::Lock::~Lock() {
-  if (taken_) object_.lock(F_UNLCK);
-}
+void ShmemObject::unlock() const noexcept { setLock(fd_, F_UNLCK); }
 
 }  // namespace Pelto

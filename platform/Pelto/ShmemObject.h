@@ -13,6 +13,7 @@
 ///
 /// Layout, native byte order: a header of 64 bytes (`Header`), then what the owner puts there.
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -22,7 +23,7 @@
 namespace Pelto {
 
 class ShmemObject {
-public:
+ public:
   static constexpr std::uint32_t version = 1;
   static constexpr std::uint32_t blockSize = 64;
   static constexpr char magic[9] = "VAROSHM1";
@@ -59,16 +60,21 @@ public:
   std::uint64_t capacity() const noexcept { return capacity_; }
 
   /// Number of complete blocks; what their makers wrote is visible after this call.
-  std::uint32_t blockCount() const noexcept;
+  std::uint32_t blockCount() const noexcept {
+    return std::atomic_ref(header()->blockCount).load(std::memory_order_acquire);
+  }
   /// Bytes in use, header included. Not to be trusted beyond `covers`.
-  std::uint64_t used() const noexcept;
+  std::uint64_t used() const noexcept { return std::atomic_ref(header()->used).load(std::memory_order_relaxed); }
   /// Whether the first `size` bytes are inside the capacity and exist: then they can be read.
   bool covers(std::uint64_t size) noexcept;
   /// Allocates the first `size` bytes, in larger steps. 0, or an error number; then nothing has changed.
   /// REQUIRES: `size` <= capacity; the lock is held.
-  int reserve(std::uint64_t size) noexcept;
+  int reserve(std::uint64_t size) noexcept { return size <= allocated_ ? 0 : allocate(size); }
   /// Makes everything written before visible to other processes. REQUIRES: the lock is held.
-  void publish(std::uint64_t used, std::uint32_t blockCount) noexcept;
+  void publish(std::uint64_t used, std::uint32_t blockCount) noexcept {
+    std::atomic_ref(header()->used).store(used, std::memory_order_relaxed);
+    std::atomic_ref(header()->blockCount).store(blockCount, std::memory_order_release);
+  }
 
   /// How messages name the object.
   std::string const& description() const noexcept { return description_; }
@@ -76,27 +82,36 @@ public:
 
   /// The advisory lock that makers of blocks hold. It goes when its process goes, however that happens.
   class Lock {
-  public:
-    explicit Lock(ShmemObject const& object);
+   public:
+    explicit Lock(ShmemObject const& object) : object_(object), taken_(object.isShared()) {
+      if (taken_) object.lock();
+    }
     Lock(Lock const&) = delete;
     Lock& operator=(Lock const&) = delete;
-    ~Lock();
+    ~Lock() {
+      if (taken_) object_.unlock();
+    }
 
-  private:
+   private:
     ShmemObject const& object_;
     bool const taken_;
   };
 
-private:
+ private:
   void openNamed(std::string const& path, Open how, std::uint64_t capacity);
   void openPrivate(std::uint64_t capacity);
   void initialise(std::uint64_t capacity);
   void checkCapacity(std::uint64_t capacity) const;
   void validate();
   std::uint64_t size() const;
-  Header* header() const noexcept;
-  bool isShared() const noexcept;
-  bool lock(short type) const noexcept;
+  int allocate(std::uint64_t size) noexcept;
+  Header* header() const noexcept { return reinterpret_cast<Header*>(base_); }
+  void lock() const;
+  void unlock() const noexcept;
+  /// Only a fork shares a private object: until then its lock can be spared.
+  bool isShared() const noexcept { return !private_ || forks_.load(std::memory_order_relaxed) != forksAtBirth_; }
+
+  static constinit std::atomic<std::uint32_t> forks_;
 
   std::string description_;
   bool const private_;

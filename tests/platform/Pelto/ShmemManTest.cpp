@@ -186,7 +186,7 @@ TEST_F(ShmemManTest, NamesAreAnyBytesComparedWhole) {
 
 TEST_F(ShmemManTest, APrivateManagerHasNoNameAndSharesWithNobody) {
   Ptr<ShmemMan> const one = Zon::newPtr<ShmemMan>();
-  Ptr<ShmemMan> const two = Zon::newPtr<ShmemMan>("", 4096);
+  Ptr<ShmemMan> const two = Zon::newPtr<ShmemMan>("", std::uint64_t{4096});
   one->newCounterBlock("a");
   EXPECT_FALSE(two->counterBlock("a"));
   EXPECT_NE(refusal([] { ShmemMan::attach(""); }), "not refused");
@@ -486,7 +486,7 @@ TEST_F(ShmemManTest, ObjectNamesArePercentEncodedAndNeverTruncated) {
   EXPECT_THROW(ShmemObject::objectName(std::string(85, '/')), Zon::RangeException);
   EXPECT_THROW(Zon::newPtr<ShmemMan>(std::string(255, 'a')), Zon::RangeException);
   String8 const longest = name_ + std::string(254 - name_.length(), 'a');
-  Zon::newPtr<ShmemMan>(longest, 4096)->newCounterBlock("a");
+  Zon::newPtr<ShmemMan>(longest, std::uint64_t{4096})->newCounterBlock("a");
   EXPECT_EQ(ShmemMan::attach(longest)->counterBlocks(), 1U);
   EXPECT_TRUE(ShmemMan::unlink(longest));
 }
@@ -504,7 +504,7 @@ TEST_F(ShmemManTest, AttachOpensExistingObjectsOnly) {
 TEST_F(ShmemManTest, AnImpossibleCapacityIsRefusedAndLeavesNoObject) {
   EXPECT_NE(refusal([&] { make(63); }), "not refused");
   EXPECT_NE(refusal([&] { make(~std::uint64_t{0}); }), "not refused");
-  EXPECT_NE(refusal([&] { Zon::newPtr<ShmemMan>("", 0); }), "not refused");
+  EXPECT_NE(refusal([&] { Zon::newPtr<ShmemMan>("", std::uint64_t{0}); }), "not refused");
   EXPECT_FALSE(ShmemMan::unlink(name_));
   auto const smallest = make(64);
   EXPECT_NE(refusal([&] { smallest->newCounterBlock(""); }), "not refused");
