@@ -65,7 +65,8 @@ build() {
     (cd "$root" && cmake --build --preset "$preset" "$@") >&2
   elif ! (cd "$root" && cmake --build --preset "$preset" "$@") >"$log" 2>&1; then
     # Ninja prints every finished step: keep what explains the failure.
-    grep -vE '^\[[0-9]+/[0-9]+\] (Building|Linking|Creating|Automatic|Generating)' "$log" >&2 || tail -n 50 "$log" >&2
+    sed -E '/^\[[0-9]+\/[0-9]+\] (Building|Linking|Creating|Automatic|Generating|Re-checking)/d' "$log" | sed -n 1,300p >&2
+    say "All of it: $log"
     return 1
   fi
 }
