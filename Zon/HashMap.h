@@ -99,7 +99,7 @@ class HashMap : public HashMapGeneric {
   void newMember(Ptr<V> const& member, unsigned int hash);
 
   /// The member of that key, null when there is none; not counted.
-  V* find(K const& key) const noexcept;
+  [[gnu::always_inline]] V* find(K const& key) const noexcept;
   Ptr<V> member(K const& key) const noexcept { return Ptr<V>(find(key)); }
 
   /// The first member at or behind the position of that key, null when there is none.
@@ -137,7 +137,27 @@ class HashMap : public HashMapGeneric {
     }
   }
 
+  static bool isKeyOf(K const& key, V const* member) {
+    if constexpr (requires { HashMapKey<K>::identical(key, key); }) {
+      if (HashMapKey<K>::identical(key, member->fwkKey())) [[likely]]
+        return true;
+    }
+    return isEqualToKeyOf(key, member);
+  }
+  // Out of line, because it is rarely asked and long.
+  [[gnu::noinline]] static bool isEqualToKeyOf(K const& key, V const* member) {
+    return HashMapKey<K>::equal(key, member->fwkKey());
+  }
+
+  int bucketIndex(std::uint32_t hash) const noexcept { return static_cast<int>(bucketOf(hash) - buckets_); }
+
+  struct Place {
+    V* member;
+    PtrInterface* const* bucket;
+  };
   V* seekBehind(V const* member, int* bucket) const;
+  Place seekFirst() const noexcept;
+  Place seekFrom(V const* member) const noexcept;
   Ptr<V> unlink(PtrInterface** bucket, V* before, V* member);
   Ptr<V> memberOut(V* member);
 };
@@ -178,7 +198,6 @@ void HashMap<V, K>::newMember(Ptr<V> const& member, unsigned int hash) {
     if (before == nullptr) {
       *bucket = t;
     } else {
-      static_cast<void>(Member::takeNext(before));
       Member::adoptNext(before, t);
     }
     Member::adoptNext(t, at);
@@ -200,13 +219,15 @@ void HashMap<V, K>::newMember(Ptr<V> const& member, unsigned int hash) {
 }
 
 template <class V, class K>
-V* HashMap<V, K>::find(K const& key) const noexcept {
+inline V* HashMap<V, K>::find(K const& key) const noexcept {
   std::uint32_t const hash = hashOf(key);
   for (V* at = Member::of(*bucketOf(hash)); at != nullptr; at = Member::next(at)) {
     std::uint32_t const other = hashIn(at);
-    if (other < hash) continue;
-    if (other > hash) break;
-    if (HashMapKey<K>::equal(key, at->fwkKey())) return at;
+    if (other == hash) {
+      if (isKeyOf(key, at)) return at;
+    } else if (other > hash) {
+      break;
+    }
   }
   return nullptr;
 }
@@ -219,18 +240,32 @@ Ptr<V> HashMap<V, K>::startAtHash(K const& key) const {
     std::uint32_t const other = hashIn(at);
     if (other > hash || (other == hash && !HashMapKey<K>::less(at->fwkKey(), key))) return Ptr<V>(at);
   }
-  int index = static_cast<int>(bucket - buckets_);
+  int index = bucketIndex(hash);
   return Ptr<V>(Member::of(findNextBucketG(&index)));
 }
 
-// Out of line: the way of an iterator whose map has changed.
 template <class V, class K>
-[[gnu::noinline]] V* HashMap<V, K>::seekBehind(V const* member, int* bucket) const {
+V* HashMap<V, K>::seekBehind(V const* member, int* bucket) const {
   if (member == nullptr) {
     return Member::of(findNextG(vTable(), 0, 0, nullptr, bucket, nullptr));
   }
   K const& key = member->fwkKey();
   return Member::of(findNextG(vTable(), Member::position(member), 0, member, bucket, const_cast<K*>(&key)));
+}
+
+template <class V, class K>
+auto HashMap<V, K>::seekFirst() const noexcept -> Place {
+  PtrInterface* const* bucket = buckets_ - 1;
+  V* const first = Member::of(nextHead(bucket));
+  return {first, bucket};
+}
+
+// Out of line: the way of an iterator whose map has changed.
+template <class V, class K>
+[[gnu::noinline]] auto HashMap<V, K>::seekFrom(V const* member) const noexcept -> Place {
+  int bucket = -1;
+  V* const next = seekBehind(member, &bucket);
+  return {next, buckets_ + bucket};
 }
 
 template <class V, class K>
@@ -240,9 +275,11 @@ Ptr<V> HashMap<V, K>::memberDel(K const& key) {
   V* before = nullptr;
   for (V* at = Member::of(*bucket); at != nullptr; before = std::exchange(at, Member::next(at))) {
     std::uint32_t const other = hashIn(at);
-    if (other < hash) continue;
-    if (other > hash) break;
-    if (HashMapKey<K>::equal(key, at->fwkKey())) return unlink(bucket, before, at);
+    if (other == hash) {
+      if (isKeyOf(key, at)) return unlink(bucket, before, at);
+    } else if (other > hash) {
+      break;
+    }
   }
   return nullptr;
 }
@@ -276,7 +313,6 @@ Ptr<V> HashMap<V, K>::unlink(PtrInterface** bucket, V* before, V* member) {
     if (before == nullptr) {
       *bucket = behind;
     } else {
-      static_cast<void>(Member::takeNext(before));
       Member::adoptNext(before, behind);
     }
     Member::state(member).leave(member);

@@ -120,16 +120,10 @@ class HashMapGeneric {
                           void* key) const;
   /// Moves `*bucket` to the next bucket that is not empty and returns its head; null, and -1, at the end.
   PtrInterface* findNextBucketG(int* bucket) const noexcept {
-    PtrInterface* const* at = buckets_ + (*bucket + 1);
-    while (*at == nullptr) {
-      ++at;
-    }
-    if (*at == endMark()) {
-      *bucket = -1;
-      return nullptr;
-    }
-    *bucket = static_cast<int>(at - buckets_);
-    return *at;
+    PtrInterface* const* at = buckets_ + *bucket;
+    PtrInterface* const head = nextHead(at);
+    *bucket = head == nullptr ? -1 : static_cast<int>(at - buckets_);
+    return head;
   }
   /// Takes the member out and clears its link; false, and nothing changed, when it is not in the map. The map's
   /// reference is released.
@@ -148,6 +142,18 @@ class HashMapGeneric {
     return buckets_ + (std::uint64_t{hash} >> shift_);
   }
 
+  /// Moves `bucket` on to the next one that is not empty and returns its head, null at the end.
+  static PtrInterface* nextHead(PtrInterface* const*& bucket) noexcept {
+    for (PtrInterface* const* at = bucket;; at += 4) {
+      // By fours: half of the buckets are empty, and this is the better part of a step of a walk.
+      if (at[1] != nullptr) return headAt(bucket = at + 1);
+      if (at[2] != nullptr) return headAt(bucket = at + 2);
+      if (at[3] != nullptr) return headAt(bucket = at + 3);
+      if (at[4] != nullptr) return headAt(bucket = at + 4);
+    }
+  }
+  static PtrInterface* headAt(PtrInterface* const* bucket) noexcept { return *bucket == endMark() ? nullptr : *bucket; }
+
   // 32 - log2(bucketCount_).
   std::uint32_t shift_;
   std::uint32_t modCount_ = 0;
@@ -157,10 +163,15 @@ class HashMapGeneric {
   PtrInterface** buckets_;
 
  private:
-  class Chain;
+  class StateChain;
+  class OwnChain;
 
+  /// Entries undefined but for the end mark; null without memory.
   static PtrInterface** allocate(std::uint32_t buckets) noexcept;
-  bool doubleBuckets(Chain const& chain) noexcept;
+  template <class Work>
+  static auto onChain(HashMapVTableGeneric* operations, int position, Work const& work);
+  template <class Chain>
+  bool doubleBuckets(Chain chain);
 
   // A map of one bucket allocates nothing.
   PtrInterface* single_[2];

@@ -25,12 +25,12 @@ class HashMapIterator {
   HashMapIterator(Map& map) requires(!std::is_const_v<Shown>) : map_(&map) { reset(); }
   HashMapIterator(Map const& map) requires(std::is_const_v<Shown>) : map_(&map) { reset(); }
   HashMapIterator(HashMapIterator const& other) noexcept
-    : seen_(other.seen_), bucket_(other.bucket_), map_(other.map_), current_(other.current_) {
+    : seen_(other.seen_), map_(other.map_), bucket_(other.bucket_), current_(other.current_) {
     if (current_ != nullptr) Member::hold(current_);
   }
   /// A walk that may change members becomes one that may not.
   HashMapIterator(HashMapIterator<V, K, V> const& other) noexcept requires(std::is_const_v<Shown>)
-    : seen_(other.seen_), bucket_(other.bucket_), map_(other.map_), current_(other.current_) {
+    : seen_(other.seen_), map_(other.map_), bucket_(other.bucket_), current_(other.current_) {
     if (current_ != nullptr) Member::hold(current_);
   }
   HashMapIterator& operator=(HashMapIterator const& other) noexcept {
@@ -43,8 +43,8 @@ class HashMapIterator {
 
   void swap(HashMapIterator& other) noexcept {
     std::swap(seen_, other.seen_);
-    std::swap(bucket_, other.bucket_);
     std::swap(map_, other.map_);
+    std::swap(bucket_, other.bucket_);
     std::swap(current_, other.current_);
   }
 
@@ -60,13 +60,14 @@ class HashMapIterator {
   bool hasBookmark() const;
 
   /// Goes to the first member.
-  void reset();
+  void reset() noexcept;
   /// Goes to the next member, or to the end. Without current member nothing happens.
-  void advance();
+  void advance() noexcept;
 
   // For tests.
   std::uint32_t zonModCount() const noexcept { return seen_; }
-  int zonBucket() const noexcept { return bucket_; }
+  /// The bucket of the current member, -1 without one.
+  int zonBucket() const noexcept { return current_ == nullptr ? -1 : map_->bucketIndex(Map::hashIn(current_)); }
 
  private:
   template <class, class, class>
@@ -76,9 +77,9 @@ class HashMapIterator {
 
   // The map's modification counter at the last step.
   std::uint32_t seen_ = 0;
-  // The bucket of the current member at the last step, -1 without one.
-  int bucket_ = -1;
   Map const* map_ = nullptr;
+  // The bucket of the current member at the last step: good while the map does not change.
+  PtrInterface* const* bucket_ = nullptr;
   // Held through `Member`.
   V* current_ = nullptr;
 };
@@ -96,26 +97,27 @@ bool HashMapIterator<V, K, Shown>::hasBookmark() const {
 }
 
 template <class V, class K, class Shown>
-void HashMapIterator<V, K, Shown>::reset() {
+inline void HashMapIterator<V, K, Shown>::reset() noexcept {
   V* const left = std::exchange(current_, nullptr);
   seen_ = 0;
-  bucket_ = -1;
+  bucket_ = nullptr;
   if (map_ != nullptr) {
+    auto const [first, bucket] = map_->seekFirst();
     seen_ = map_->modCount_;
-    current_ = Member::of(map_->findNextBucketG(&bucket_));
-    if (current_ != nullptr) Member::hold(current_);
+    bucket_ = bucket;
+    current_ = first;
+    if (first != nullptr) Member::hold(first);
   }
   if (left != nullptr) Member::release(left);
 }
 
 template <class V, class K, class Shown>
-void HashMapIterator<V, K, Shown>::advance() {
+inline void HashMapIterator<V, K, Shown>::advance() noexcept {
   V* const left = current_;
   if (left == nullptr) return;
   // Locals and values throughout: an iterator whose address is not taken stays in registers.
   if (map_->modCount_ != seen_) [[unlikely]] {
-    int bucket = bucket_;
-    V* const next = map_->seekBehind(left, &bucket);
+    auto const [next, bucket] = map_->seekFrom(left);
     seen_ = map_->modCount_;
     bucket_ = bucket;
     current_ = next;
@@ -126,8 +128,8 @@ void HashMapIterator<V, K, Shown>::advance() {
   }
   V* next = Member::next(left);
   if (next == nullptr) {
-    int bucket = bucket_;
-    next = Member::of(map_->findNextBucketG(&bucket));
+    PtrInterface* const* bucket = bucket_;
+    next = Member::of(Map::nextHead(bucket));
     bucket_ = bucket;
   }
   current_ = next;

@@ -23,9 +23,17 @@ struct HashMapKey {
   static std::uint32_t hash(K const& key) noexcept { return key.hash(); }
   static bool equal(K const& a, K const& b) noexcept { return a == b; }
   static bool less(K const& a, K const& b) noexcept { return a < b; }
-  /// `bitReverse(hash(key))`, where the key type has it at hand. Optional.
+
+  // Optional, where the key type has it at hand.
+
+  /// `bitReverse(hash(key))`.
   static std::uint32_t reversedHash(K const& key) noexcept requires requires { key.reversedHash(); }
   { return key.reversedHash(); }
+  /// Whether the keys share their bytes and so are equal: most comparisons end here.
+  static bool identical(K const& a, K const& b) noexcept requires requires { a.data(); }
+  { return a.data() == b.data(); }
+  static bool identical(K const& a, K const& b) noexcept requires requires { a.stringValue().data(); }
+  { return a.stringValue().data() == b.stringValue().data(); }
 };
 
 /// The link of a member, with its reversed hash cached behind it: a look-up passes members without touching their
@@ -97,8 +105,9 @@ struct HashMapMember {
     }
   }
 
-  /// The same where the reference on `next` is handed over, and the old one was taken out before.
+  /// Puts a reference that is handed over into a link whose old one was taken out before.
   static void adoptNext(V* member, V* next) noexcept requires isLinked {
+    static_cast<void>(takeNext(member));
     Ptr<V>::zonAdopt(next).swap(link(member).next_);
   }
   /// Hands the link's reference to the caller.

@@ -315,7 +315,7 @@ TYPED_TEST(HashMap, ADestructorFindsTheMapEmptyWhileItIsReleased) {
   {
     Map<TypeParam> map;
     for (std::uint32_t i = 0; i < 4; ++i) {
-      add(map, i << 30, std::to_string(i))->onDeath = [&seen, &map, i] {
+      add(map, i << 30, std::to_string(i))->onDeath = [&seen, &map] {
         seen += std::to_string(map.members());
         for (std::uint32_t k = 0; k < 4; ++k) {
           if (map.memberDel(Key{k << 30, std::to_string(k)})) seen += "?";
