@@ -1,0 +1,19 @@
+#include "Zon/Collection.h"
+
+namespace Zon {
+
+void checkAdoptable(Entity const& owner, Ptr<Entity> const& member) {
+  if (!member) {
+    throwRangeException("null ValidPtr");
+  }
+  if (member->zonHasParent() && !member->zonIsChildOf(&owner)) {
+    throwRangeException(String8("already a member of " + member->parent()->fullName().stdString()));
+  }
+}
+
+void adopt(Entity& owner, AttributeId id, Entity& member) {
+  member.parentAttrIdIs(id);
+  member.parentIs(&owner);
+}
+
+}  // namespace Zon

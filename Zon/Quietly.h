@@ -1,0 +1,17 @@
+#pragma once
+
+/// \file
+/// The rule of destructors: each step is tried, and nothing is thrown.
+
+namespace Zon {
+
+/// Runs one step of a teardown. What it throws has been told through its own channel already; the teardown goes on.
+template <class Step>
+void quietly(Step const& step) noexcept {
+  try {
+    step();
+  } catch (...) {
+  }
+}
+
+}  // namespace Zon

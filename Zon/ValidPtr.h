@@ -1,0 +1,22 @@
+#pragma once
+
+/// \file
+/// The rule of all creators and entry setters: what they return or take is never null.
+
+#include <utility>
+
+#include "Zon/Exception.h"
+#include "Zon/Ptr.h"
+
+namespace Zon {
+
+/// The pointer, or the range exception "null ValidPtr".
+template <class T>
+Ptr<T> validPtr(Ptr<T> pointer) {
+  if (!pointer) {
+    throwRangeException("null ValidPtr");
+  }
+  return pointer;
+}
+
+}  // namespace Zon
