@@ -210,4 +210,10 @@ void coverageStreamIs(std::ostream* stream) {
 
 std::ostream* coverageStream() { return installedCoverage.load(std::memory_order_relaxed); }
 
+TraceHandle::Facility* LazyTraceHandle::find() const {
+  TraceHandle::Facility* const found = TraceHandle(name_, false).facility_;
+  facility_.store(found, std::memory_order_release);
+  return found;
+}
+
 }  // namespace Zon

@@ -84,6 +84,10 @@ public:
 private:
   friend class TraceRegistry;
   friend class TraceEmitter;
+  friend class LazyTraceHandle;
+
+  struct Facility;
+  explicit TraceHandle(Facility* facility) noexcept : facility_(facility) {}
 
   struct Facility {
     Facility(String8 facilityName, Facility* nextFacility)
@@ -98,6 +102,26 @@ private:
   };
 
   Facility* facility_;
+};
+
+/// The handle a module traces with: constant-initialised, and the facility is found or made, switched off, on first use.
+class LazyTraceHandle {
+ public:
+  /// `name` must live as long as the handle: a literal.
+  constexpr explicit LazyTraceHandle(char const* name) noexcept : name_(name) {}
+  LazyTraceHandle(LazyTraceHandle const&) = delete;
+  LazyTraceHandle& operator=(LazyTraceHandle const&) = delete;
+
+  operator TraceHandle() const {
+    TraceHandle::Facility* const known = facility_.load(std::memory_order_acquire);
+    return TraceHandle(known != nullptr ? known : find());
+  }
+
+ private:
+  TraceHandle::Facility* find() const;
+
+  char const* const name_;
+  mutable std::atomic<TraceHandle::Facility*> facility_{nullptr};
 };
 
 /// The cold half of `trace`.
