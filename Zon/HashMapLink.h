@@ -30,9 +30,8 @@ struct HashMapKey {
   static std::uint32_t reversedHash(K const& key) noexcept requires requires { key.reversedHash(); }
   { return key.reversedHash(); }
   /// Whether the keys share their bytes and so are equal: most comparisons end here.
-  static bool identical(K const& a, K const& b) noexcept
-    requires(requires { a.data(); } || requires { a.stringValue().data(); })
-  {
+  static bool identical(K const& a, K const& b) noexcept requires(
+      requires { a.data(); } || requires { a.stringValue().data(); }) {
     // One function: clang 14 refuses two whose constraints both fail.
     if constexpr (requires { a.data(); }) {
       return a.data() == b.data();
