@@ -1,0 +1,74 @@
+#pragma once
+
+/// \file
+/// `varo-host live`: this machine's own interfaces, shown, followed and, with `--enforce`, guarded.
+///
+/// Guarantees
+///   A  Without `--enforce` the machine is never changed.
+///   B  On a clean end (signal, time over, reader gone, trouble) everything held is released, unless `--leave-down`.
+///   C  A bad errdisable file is reported line by line; the content before it stays in force.
+///
+/// Use
+///
+///     return VaroHost::LiveCommand(options, out).run();
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <asio/steady_timer.hpp>
+
+#include "host/Device.h"
+#include "host/FileWatch.h"
+#include "host/LinkMonitor.h"
+#include "host/LinkSwitch.h"
+#include "host/LiveLinks.h"
+#include "host/Options.h"
+#include "host/Output.h"
+#include "host/Report.h"
+#include "host/StateFollower.h"
+
+namespace VaroHost {
+
+class LiveCommand final : private LiveLinks::Events {
+ public:
+  /// Errors: `Trouble`.
+  LiveCommand(LiveOptions options, Output& out);
+
+  /// Returns an exit status. Errors: `Trouble`.
+  int run();
+
+ private:
+  void changed() override;
+  void note(std::string const& text) override;
+  void enforced(std::string const& text) override;
+  void failed(std::string const& text) override;
+  void synchronized() override;
+
+  void loadErrdisable();
+  /// The file's content, empty when it does not exist, nothing when it cannot be read (which is reported).
+  std::optional<std::string> readErrdisable();
+  void show();
+  void stop();
+
+  LiveOptions const options_;
+  Output& out_;
+  StateFollower follower_;
+  Device device_;
+  Report report_;
+  std::unique_ptr<KernelLinkSwitch> switch_;
+  LiveLinks links_;
+
+  asio::io_context loop_;
+  asio::signal_set signals_;
+  asio::steady_timer end_;
+  LinkMonitor monitor_;
+  std::optional<FileWatch> errdisableWatch_;
+
+  bool isShown_ = false;
+  int status_ = ExitStatus::fine;
+};
+
+}  // namespace VaroHost

@@ -1,0 +1,46 @@
+#pragma once
+
+/// \file
+/// What the command line asked for.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace VaroHost {
+
+enum class Colour { automatic, always, never };
+
+/// What both commands understand.
+struct CommonOptions {
+  std::string plugin;               ///< file of the plug-in; empty for the program's own
+  std::vector<std::string> traces;  ///< FACILITY=LEVEL
+  Colour colour = Colour::automatic;
+  bool isJson = false;
+  bool isFollowing = false;
+};
+
+struct ReplayOptions : CommonOptions {
+  std::string file;  ///< "-" for standard input
+  bool isPaced = false;
+  bool keepsGoing = false;
+};
+
+struct LiveOptions : CommonOptions {
+  std::optional<double> duration;  ///< seconds
+  std::string errdisableFile;      ///< empty for none
+  bool isEnforcing = false;
+  bool leavesDown = false;
+
+  /// Whether the command goes on after the first table.
+  bool goesOn() const noexcept { return isFollowing || duration.has_value(); }
+};
+
+/// Exit statuses of the program.
+namespace ExitStatus {
+inline constexpr int fine = 0;
+inline constexpr int someFailed = 1;  ///< a line, an entry or a link could not be handled
+inline constexpr int trouble = 2;     ///< wrong usage, or the program cannot work at all
+}  // namespace ExitStatus
+
+}  // namespace VaroHost

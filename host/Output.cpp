@@ -1,0 +1,36 @@
+#include "host/Output.h"
+
+#include <cerrno>
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace VaroHost {
+
+void Output::write(std::string_view text) {
+  buffer_ += text;
+  flushWhenLarge();
+}
+
+void Output::flush() noexcept {
+  std::string_view rest = buffer_;
+  while (!rest.empty() && error_ == 0) {
+    ssize_t const written = ::write(descriptor_, rest.data(), rest.size());
+    if (written >= 0) {
+      rest.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+      // Somebody made the shared descriptor nonblocking: wait for room.
+      pollfd waited{descriptor_, POLLOUT, 0};
+      ::poll(&waited, 1, -1);
+    } else if (errno != EINTR) {
+      error_ = errno;
+    }
+  }
+  buffer_.clear();
+}
+
+bool Output::isTerminal() const noexcept { return ::isatty(descriptor_) != 0; }
+
+int Output::error() const noexcept { return error_ == EPIPE ? 0 : error_; }
+
+}  // namespace VaroHost

@@ -1,0 +1,60 @@
+#pragma once
+
+/// \file
+/// Standard output as a command sees it: buffered, and calm when the reader has gone.
+///
+/// Guarantees
+///   A  After the reader closed a pipe everything written is dropped; `ended()` tells, so that the command can stop.
+///   B  Any other failure to write is kept in `error()`; nothing throws.
+///
+/// Use
+///
+///     VaroHost::Output out(STDOUT_FILENO);
+///     out.print("{} interfaces\n", count);
+
+#include <cstddef>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <fmt/format.h>
+
+namespace VaroHost {
+
+class Output {
+ public:
+  explicit Output(int descriptor) noexcept : descriptor_(descriptor) {}
+  ~Output() { flush(); }
+  Output(Output const&) = delete;
+  Output& operator=(Output const&) = delete;
+
+  void write(std::string_view text);
+  template <class... Args>
+  void print(fmt::format_string<Args...> pattern, Args&&... args) {
+    fmt::format_to(std::back_inserter(buffer_), pattern, std::forward<Args>(args)...);
+    flushWhenLarge();
+  }
+  void flush() noexcept;
+
+  bool isTerminal() const noexcept;
+  /// The reader has gone, or writing failed: there is no point in going on.
+  bool ended() const noexcept { return error_ != 0; }
+  /// The number of the error that ended the output, 0 while all is well and for a reader that went.
+  int error() const noexcept;
+
+ private:
+  static constexpr std::size_t large = 1U << 16U;
+
+  void flushWhenLarge() noexcept {
+    if (buffer_.size() >= large) {
+      flush();
+    }
+  }
+
+  int const descriptor_;
+  int error_ = 0;
+  std::string buffer_;
+};
+
+}  // namespace VaroHost

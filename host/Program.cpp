@@ -1,0 +1,120 @@
+#include "host/Program.h"
+
+#include <csignal>
+#include <exception>
+#include <functional>
+#include <map>
+#include <string>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "Zon/Exception.h"
+#include "host/LiveCommand.h"
+#include "host/Options.h"
+#include "host/Output.h"
+#include "host/Plugin.h"
+#include "host/ReplayCommand.h"
+#include "host/TraceSwitches.h"
+#include "host/Trouble.h"
+
+namespace VaroHost {
+
+namespace {
+
+constexpr char footer[] =
+    "Exit status: 0 all went well; 1 a line, an entry or a link could not be handled; 2 wrong usage or trouble.";
+
+void addCommon(CLI::App& command, CommonOptions& options, std::string const& followed) {
+  static std::map<std::string, Colour> const colours = {
+      {"auto", Colour::automatic}, {"always", Colour::always}, {"never", Colour::never}};
+  command.add_flag("--follow", options.isFollowing, followed);
+  command.add_flag("--json", options.isJson, "Print JSON in the names of RFC 8343 instead of a table");
+  command.add_option("--color", options.colour, "When to colour: auto, always or never")
+      ->transform(CLI::CheckedTransformer(colours))
+      ->option_text("WHEN");
+  command.add_option("--trace", options.traces, "Print trace lines of a facility, such as Errdisable=7,8 (repeatable)")
+      ->allow_extra_args(false)
+      ->option_text("FACILITY=LEVEL");
+  command.add_option("--plugin", options.plugin, "Load this plug-in library instead of the program's own")
+      ->option_text("FILE");
+}
+
+void addReplay(CLI::App& command, ReplayOptions& options) {
+  command.add_option("FILE", options.file, "Recording to play, one JSON object a line; - for standard input")
+      ->required();
+  command.add_flag("--pace", options.isPaced, "Keep the recorded time instead of full speed");
+  command.add_flag("--keep-going", options.keepsGoing, "Report a line that cannot be applied and continue");
+  addCommon(command, options, "Print each change of state and reason as it happens");
+  command.footer(footer);
+}
+
+void addLive(CLI::App& command, LiveOptions& options) {
+  command.add_option("--duration", options.duration, "Go on for so many seconds")
+      ->check(CLI::Range(0.0, 1e9))
+      ->option_text("SECONDS");
+  command
+      .add_option("--errdisable", options.errdisableFile,
+                  "Error-disable what this file lists: interface, blank, reason a line; watched for changes")
+      ->option_text("FILE");
+  auto* const enforce = command.add_flag("--enforce", options.isEnforcing,
+                                         "Set error-disabled interfaces down, and up when they recover");
+  command.add_flag("--leave-down", options.leavesDown, "At the end leave down what is held down")->needs(enforce);
+  addCommon(command, options, "Print changes as they happen, until Ctrl-C");
+  command.footer(footer);
+}
+
+template <class Command, class Options>
+int runCommand(Options const& options) {
+  Plugin const plugin(options.plugin);
+  TraceSwitches::apply(options.traces);
+  Output out(STDOUT_FILENO);
+  int const status = Command(options, out).run();
+  out.flush();
+  if (out.error() != 0) {
+    throw Trouble("standard output", out.error());
+  }
+  return status;
+}
+
+int runGuarded(std::function<int()> const& command) {
+  try {
+    return command();
+  } catch (std::exception const& error) {
+    fmt::print(stderr, "varo-host: {}\n", error.what());
+  }
+  return ExitStatus::trouble;
+}
+
+}  // namespace
+
+int Program::run(int argc, char const* const* argv) {
+  // A reader that goes shows in write(), a signal would leave no time for a clean end.
+  std::signal(SIGPIPE, SIG_IGN);
+
+  CLI::App app("Errdisable enforcement on a recorded device or on this machine's interfaces.", "varo-host");
+  app.set_version_flag("--version", "varo-host " VARO_VERSION);
+  app.require_subcommand(1);
+  app.footer(footer);
+  ReplayOptions replay;
+  LiveOptions live;
+  auto* const replayCommand = app.add_subcommand("replay", "Play a recorded stream of changes and show the interfaces");
+  auto* const liveCommand = app.add_subcommand("live", "Show, follow and guard this machine's own interfaces");
+  addReplay(*replayCommand, replay);
+  addLive(*liveCommand, live);
+
+  try {
+    app.parse(argc, argv);
+  } catch (CLI::ParseError const& error) {
+    return app.exit(error) == 0 ? ExitStatus::fine : ExitStatus::trouble;
+  }
+  if (live.isEnforcing && !live.goesOn()) {
+    fmt::print(stderr, "varo-host: --enforce needs --follow or --duration: what is held is released at the end\n");
+    return ExitStatus::trouble;
+  }
+  return runGuarded(
+      [&] { return replayCommand->parsed() ? runCommand<ReplayCommand>(replay) : runCommand<LiveCommand>(live); });
+}
+
+}  // namespace VaroHost

@@ -1,0 +1,67 @@
+#include "host/Report.h"
+
+#include <cstdlib>
+#include <sstream>
+#include <string>
+
+#include "host/InterfaceJson.h"
+#include "host/InterfaceTable.h"
+#include "host/Text.h"
+
+namespace VaroHost {
+
+namespace {
+
+bool isColoured(Colour colour, Output const& out) {
+  switch (colour) {
+  case Colour::always:
+    return true;
+  case Colour::never:
+    return false;
+  case Colour::automatic:
+    break;
+  }
+  char const* const terminal = std::getenv("TERM");
+  bool const isDumb = terminal != nullptr && std::string_view(terminal) == "dumb";
+  return out.isTerminal() && std::getenv("NO_COLOR") == nullptr && !isDumb;
+}
+
+std::string describe(StateFollower::View const& view) {
+  std::ostringstream out;
+  out << view.state;
+  if (!view.reason.empty()) {
+    out << " (" << printable(view.reason.view()) << ')';
+  }
+  return out.str();
+}
+
+}  // namespace
+
+Report::Report(CommonOptions const& options, Output& out)
+  : out_(out), isJson_(options.isJson), isColoured_(isColoured(options.colour, out)) {}
+
+void Report::change(double time, std::string_view timeText, StateFollower::Transition const& transition) {
+  if (isJson_) {
+    InterfaceJson::printChange(out_, time, transition);
+    return;
+  }
+  out_.print("{}  {}: {} -> {}\n", timeText, printable(transition.intfId.stringValue().view()),
+             describe(transition.before), describe(transition.after));
+}
+
+void Report::remark(std::string_view timeText, std::string_view text) {
+  if (!isJson_) {
+    out_.print("{}  {}\n", timeText, text);
+  }
+}
+
+void Report::interfaces(InterfaceList const& interfaces) {
+  if (isJson_) {
+    InterfaceJson(interfaces).print(out_);
+  } else {
+    InterfaceTable(interfaces, isColoured_).print(out_);
+  }
+  out_.flush();
+}
+
+}  // namespace VaroHost
