@@ -53,8 +53,8 @@
 
 namespace Zon {
 
-/// A value, a key or a reference that is read, and set if it has a setter S (`NoSetter` for none).
-template <class C, class T, class Setter>
+/// A value, a key or a reference that is read with a member of C, and set, if there is a setter, with one of D.
+template <class C, class T, class D = C, class Setter = std::nullptr_t>
 class ValueAttr final : public AttrSpec {
  public:
   using Getter = T (C::*)() const;
@@ -68,7 +68,7 @@ class ValueAttr final : public AttrSpec {
   Ptr<GenericIf> perform(AttrCall const& call) const override {
     if constexpr (isSettable) {
       if (call.opId == Op::set) {
-        (mutableObject<C>(call).*setter_)(argumentOf<Value>(call.value.ptr(), name()));
+        (mutableObject<D>(call).*setter_)(argumentOf<Value>(call.value.ptr(), name()));
         return {};
       }
     }
@@ -84,15 +84,14 @@ class ValueAttr final : public AttrSpec {
 
 template <class C, class T>
 constexpr auto valueAttr(char const* name, AttributeId id, T (C::*getter)() const) noexcept {
-  return ValueAttr<C, T, std::nullptr_t>(name, id, getter, nullptr);
+  return ValueAttr<C, T>(name, id, getter, nullptr);
 }
 
 template <class C, class T, class D, class R, class P>
 constexpr auto valueAttr(char const* name, AttributeId id, T (C::*getter)() const, R (D::*setter)(P)) noexcept {
   static_assert(std::is_same_v<std::remove_cvref_t<T>, std::remove_cvref_t<P>>, "the setter must fit the getter");
   static_assert(std::is_base_of_v<C, D> || std::is_base_of_v<D, C>, "getter and setter are of one class");
-  using Class = std::conditional_t<std::is_base_of_v<C, D>, D, C>;
-  return ValueAttr<Class, T, R (Class::*)(P)>(name, id, getter, setter);
+  return ValueAttr<C, T, D, R (D::*)(P)>(name, id, getter, setter);
 }
 
 /// A watched input: read, set (null is legal) and removed.

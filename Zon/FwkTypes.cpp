@@ -59,6 +59,7 @@ ZonType* Entity::_fwkType() { return entitySlot.node(); }
 ZonType* Entity::fwkType() const { return _fwkType(); }
 ZonType* Dir::_fwkType() { return dirSlot.node(); }
 ZonType* Dir::fwkType() const { return _fwkType(); }
+String8 Dir::attributeString(AttributeId id) const { return dirSlot.attributeString(id); }
 ZonType* ActivityConfig::_fwkType() { return activityConfigSlot.node(); }
 ZonType* ActivityConfig::fwkType() const { return _fwkType(); }
 

@@ -21,10 +21,14 @@
 
 #include "Zon/String8.h"
 
+namespace Zon {
+class ZonType;
+}
+
 namespace Orvet {
 
 class IntfId {
-public:
+ public:
   /// The empty identifier.
   IntfId() noexcept = default;
   IntfId(Zon::String8 name) noexcept : name_(std::move(name)) {}
@@ -41,14 +45,15 @@ public:
   std::uint32_t reversedHash() const noexcept { return name_.reversedHash(); }
 
   friend bool operator==(IntfId const& a, IntfId const& b) noexcept { return a.name_ == b.name_; }
-  friend std::strong_ordering operator<=>(IntfId const& a, IntfId const& b) noexcept {
-    return a.name_ <=> b.name_;
-  }
+  friend std::strong_ordering operator<=>(IntfId const& a, IntfId const& b) noexcept { return a.name_ <=> b.name_; }
 
-private:
+ private:
   Zon::String8 name_;
 };
 
 std::ostream& operator<<(std::ostream& out, IntfId const& id);
+
+/// The type node, for reflection; the argument only chooses the type.
+Zon::ZonType* zonTypeNode(IntfId const*);
 
 }  // namespace Orvet

@@ -41,6 +41,10 @@ class CounterBlock : public Zon::PtrInterface {
   CounterBlock(Zon::String8 name, std::byte* data) noexcept : name_(std::move(name)), data_(data) {}
   ~CounterBlock() override;
 
+  Zon::ZonType* fwkType() const override;
+  static Zon::ZonType* _fwkType();
+  using GenericIf_ = Zon::TableGenericIf<CounterBlock>;
+
   Zon::String8 const& name() const noexcept { return name_; }
   /// The shared bytes, valid while the manager lives; null when it is gone.
   std::byte* data() const noexcept { return data_; }
@@ -66,6 +70,10 @@ class ShmemMan : public Zon::PtrInterface {
   explicit ShmemMan(Zon::Name name = "", std::uint64_t capacity = defaultCapacity);
   /// Unmaps; a named object stays.
   ~ShmemMan() override;
+
+  Zon::ZonType* fwkType() const override;
+  static Zon::ZonType* _fwkType();
+  using GenericIf_ = Zon::TableGenericIf<ShmemMan>;
 
   /// Opens an existing object only; range exception otherwise.
   static Zon::Ptr<ShmemMan> attach(Zon::Name name);
