@@ -20,7 +20,13 @@ std::uint32_t ActivityConfig::zonPending() const noexcept {
 
 ActivitySm::ActivitySm(Ptr<ActivityConfig> const& config) noexcept : config_(config) { config_->machine_ = this; }
 
-ActivitySm::~ActivitySm() { config_->machine_ = nullptr; }
+ActivitySm::~ActivitySm() {
+  config_->machine_ = nullptr;
+  // A watcher that does not hold its machine may still wait here; it must not leave a queue that is gone.
+  while (queue_.head != nullptr) {
+    zonDequeue(queue_.head);
+  }
+}
 
 /// Detaches the queue into the running round; whatever is left of the round when it ends goes back to the head of the
 /// queue.
@@ -70,6 +76,8 @@ std::uint32_t ActivitySm::zonDispatch() {
 
 void ActivitySm::zonServeNow(NotifieeConst& notifiee, ActivitySm* machine) {
   Ptr<NotifieeConst> const held(&notifiee);
+  // The handler may move the watcher on, away from this machine.
+  Ptr<ActivitySm> const heldMachine(machine);
   serve(notifiee, machine != nullptr ? machine->config_.ptr() : nullptr);
 }
 

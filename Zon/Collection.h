@@ -119,7 +119,7 @@ class CollectionNotifier {
   static void tell(X const& owner, Call const& call) {
     auto const& watchers = WatchedAccess::watchers(owner);
     using Listed = std::remove_reference_t<decltype(*watchers.head())>;
-    deliver<X::zonDelivery>(&owner, watchers, X::NotifieeConst::zonCollection.id, [&call](Listed& listed) {
+    deliver<X::zonDelivery>(owner, watchers, X::NotifieeConst::zonCollection.id, [&call](Listed& listed) {
       if constexpr (std::is_same_v<Listed, typename X::NotifieeConst>) {
         call(listed);
       } else if (auto* const watcher = dynamic_cast<typename X::NotifieeConst*>(&listed)) {
@@ -257,7 +257,10 @@ class OwningCollection : private CollectionNotifier<X> {
     if (old) {
       old->parentIs(nullptr);
     }
-    adopt(owner, X::NotifieeConst::zonCollection.id, *added);
+    // A watcher of the old member's parent may have taken the new one out again.
+    if (map_.find(key) == added) {
+      adopt(owner, X::NotifieeConst::zonCollection.id, *added);
+    }
     this->tellKey(owner, key);
   }
 

@@ -22,13 +22,19 @@ void Dir::entityPtrIs(Ptr<Entity> const& entity) {
   if (!entries_.store(key, exchanged)) {
     return;
   }
-  if (old) {
-    release(*old);
+  if (ptrCast<Dir>(old)) {
+    subdirs_.memberDel(key);
   }
   if (Ptr<Dir> const subdir = ptrCast<Dir>(added)) {
     subdirs_.newMember(subdir, HashMap<Dir, Name>::hashOf(key));
   }
-  adopt(*this, NotifieeConst::zonCollection.id, *added);
+  if (old) {
+    old->parentIs(nullptr);
+  }
+  // A watcher of the old entry's parent may have taken the new one out again.
+  if (entries_.ptr(key) == added) {
+    adopt(*this, NotifieeConst::zonCollection.id, *added);
+  }
   entries_.notify(*this, key);
 }
 

@@ -173,9 +173,10 @@ bool PtrInterface::NotifieeConst::zonOnAttribute(AttributeId id, unsigned char* 
       ++count;
     }
     std::memcpy(pendingCount, &count, sizeof count);
-    auto const offset = static_cast<std::uint16_t>(pendingCount - reinterpret_cast<unsigned char*>(this));
-    if (offset != countOffsets_[0]) {
-      (countOffsets_[0] == 0 ? countOffsets_[0] : countOffsets_[1]) = offset;
+    // Remembered only if it can lie in this object: a count kept elsewhere may be gone when the dispatch clears counts.
+    auto const offset = reinterpret_cast<std::uintptr_t>(pendingCount) - reinterpret_cast<std::uintptr_t>(this);
+    if (offset <= std::numeric_limits<std::uint16_t>::max() && offset != countOffsets_[0]) {
+      (countOffsets_[0] == 0 ? countOffsets_[0] : countOffsets_[1]) = static_cast<std::uint16_t>(offset);
     }
   }
   mergePending(id);
