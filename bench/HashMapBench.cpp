@@ -17,7 +17,7 @@
 #include <benchmark/benchmark.h>
 #include <boost/intrusive/unordered_set.hpp>
 
-#include "Members.h"
+#include "bench/Members.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "Members.h"
 #include "Zon/ListRaw.h"
 #include "Zon/SnapshotIterator.h"
+#include "bench/Members.h"
 
 namespace {
 

@@ -29,7 +29,7 @@ OPERATIONS = [
 
 def compile_driver(build: Path, folder: Path) -> Path:
     driver = folder / "driver"
-    command = [os.environ.get("CXX", "g++"), "-std=c++20", "-O2", "-DNDEBUG", f"-I{ROOT}", f"-I{ROOT / 'bench'}",
+    command = [os.environ.get("CXX", "g++"), "-std=c++20", "-O2", "-DNDEBUG", f"-I{ROOT}",
                str(ROOT / "bench" / "InstructionsDriver.cpp"), "-o", str(driver),
                f"-L{build / 'lib'}", "-Wl,-z,now", f"-Wl,-rpath,{build / 'lib'}", "-lvaroplatform", "-lzon"]
     subprocess.run(command, check=True)

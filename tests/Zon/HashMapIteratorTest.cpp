@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "HashMapMembers.h"
+#include "tests/Zon/HashMapMembers.h"
 
 namespace MapTest {
 namespace {

@@ -13,8 +13,8 @@
 #include <pthread.h>
 #include <sys/resource.h>
 
-#include "HashMapMembers.h"
 #include "platform/Orvet/IntfId.h"
+#include "tests/Zon/HashMapMembers.h"
 
 namespace {
 
