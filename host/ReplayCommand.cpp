@@ -86,6 +86,9 @@ int ReplayCommand::run() {
   loop_.run();
   progress_.clear();
   if (!isAborted_ && !out_.ended()) {
+    if (options_.isFollowing && !options_.isJson && lines_.number() != 0) {
+      out_.write("\n");
+    }
     report_.interfaces(InterfaceList(device_));
   }
   return status_;

@@ -1,6 +1,9 @@
 #include "host/StateFollower.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "host/NaturalOrder.h"
 
 namespace VaroHost {
 
@@ -51,14 +54,20 @@ void StateFollower::watch(Zon::Ptr<Interface::IntfConfig> const& config) {
 void StateFollower::unwatch(Orvet::IntfId const& intfId) { watchers_.erase(intfId); }
 
 void StateFollower::flush(std::function<void(Transition const&)> const& tell) {
-  // A line is told only of interfaces that are still there.
+  std::vector<Transition> transitions;
   for (auto const& watcher : std::exchange(touched_, {})) {
+    // Told only of interfaces that are still there.
+    auto const current = watchers_.find(watcher->notifier()->intfId());
     Transition transition;
-    auto const config = watcher->notifier();
-    auto const current = watchers_.find(config->intfId());
     if (current != watchers_.end() && current->second == watcher && watcher->take(transition)) {
-      tell(transition);
+      transitions.push_back(std::move(transition));
     }
+  }
+  std::sort(transitions.begin(), transitions.end(), [](Transition const& a, Transition const& b) {
+    return NaturalOrder::compare(a.intfId.stringValue().view(), b.intfId.stringValue().view()) < 0;
+  });
+  for (Transition const& transition : transitions) {
+    tell(transition);
   }
 }
 

@@ -47,7 +47,7 @@ class StateFollower {
   void watch(Zon::Ptr<Interface::IntfConfig> const& config);
   void unwatch(Orvet::IntfId const& intfId);
 
-  /// Tells what changed since the last call, in the order of first touch.
+  /// Tells what changed since the last call, in natural order of the interfaces.
   void flush(std::function<void(Transition const&)> const& tell);
 
  private:
