@@ -125,8 +125,9 @@ class Input : public ReactingWatcher<Watcher> {
   template <class Act>
   void zonAct(Act const& act) {
     if (owner_ != nullptr && !this->zonMarkedForDeletion()) {
-      Ptr<Owner> const owner(owner_);
-      act(*owner);
+      Owner& owner = *owner_;
+      Hold const held(owner);
+      act(owner);
     }
   }
 

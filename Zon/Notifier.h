@@ -78,24 +78,30 @@ inline void deliverTo(N& watcher, AttributeId id, Call const& call) {
   Expect(0).run([&] { call(watcher); }, [&](char const* text) { handBackException(watcher, id, text); });
 }
 
+/// A delivery to a list of more than one watcher.
+template <Deliver policy, class N, class Call>
+[[gnu::noinline]] void deliverToMany(ListRaw<N> const& watchers, AttributeId id, Call const& call) {
+  for (SnapshotIterator<ListRaw<N>> watcher(watchers); watcher; ++watcher, watcher.skipDropped()) {
+    deliverTo<policy>(*watcher, id, call);
+  }
+}
+
 /// The one delivery routine (guarantees A to E).
 /// \param call the callback, given the watcher.
 template <Deliver policy, class N, class Call>
-void deliver(PtrInterface const* notifier, ListRaw<N> const& watchers, AttributeId id, Call const& call) {
+void deliver(PtrInterface const& notifier, ListRaw<N> const& watchers, AttributeId id, Call const& call) {
   N* const first = watchers.head();
   if (first == nullptr) {
     return;
   }
-  Ptr<PtrInterface const> const held(notifier);
-  if (first == watchers.tail()) {
-    // Most entities have one watcher: its own reference is all the snapshot it takes.
-    Ptr<N> const only(first);
-    deliverTo<policy>(*first, id, call);
+  Hold const notifierHeld(notifier);
+  if (first != watchers.tail()) {
+    deliverToMany<policy>(watchers, id, call);
     return;
   }
-  for (SnapshotIterator<ListRaw<N>> watcher(watchers); watcher; ++watcher, watcher.skipDropped()) {
-    deliverTo<policy>(*watcher, id, call);
-  }
+  // Most entities have one watcher: a reference to it is all the snapshot it takes.
+  Hold const watcherHeld(*first);
+  deliverTo<policy>(*first, id, call);
 }
 
 /// Base of every watched entity: tells its watchers of the framework's own attributes and offers the setters of the
@@ -123,16 +129,16 @@ class Watched : public Base {
   /// Calls `call` for every watcher, under the type's rule of whom to call.
   template <AttributeId id, class Call>
   void zonTell(Call const& call) const {
-    deliver<X::zonDelivery>(this, WatchedAccess::watchers(static_cast<X const&>(*this)), id, call);
+    deliver<X::zonDelivery>(*this, WatchedAccess::watchers(static_cast<X const&>(*this)), id, call);
   }
 
-  /// Stores a value and tells the watchers; an equal one changes nothing and calls nobody.
+  /// Stores a value and tells the watchers; an equal one changes nothing and calls nobody. `value` is exchanged for the
+  /// old one, which thus goes after the delivery: releasing it may run foreign code.
   template <AttributeId id, auto callback, class T>
-  void zonSet(T& stored, T value) {
+  void zonSet(T& stored, T& value) {
     if (stored == value) {
       return;
     }
-    // The old value goes after the delivery: releasing it may run foreign code.
     std::swap(stored, value);
     zonTell<id>([](auto& watcher) { (watcher.*callback)(); });
   }

@@ -83,6 +83,19 @@ class Ptr {
   T* object_ = nullptr;
 };
 
+/// Keeps an object alive while something is called that may drop every other reference. A `Ptr` without the tests for
+/// null, for the hottest paths. REQUIRES: the object is not null.
+class Hold {
+ public:
+  explicit Hold(PtrInterface const& object) noexcept : object_(object) { increment(&object_); }
+  ~Hold() { decrement(&object_); }
+  Hold(Hold const&) = delete;
+  Hold& operator=(Hold const&) = delete;
+
+ private:
+  PtrInterface const& object_;
+};
+
 template <class T, class U>
 bool operator==(Ptr<T> const& a, Ptr<U> const& b) noexcept {
   return static_cast<PtrInterface const*>(a.ptr()) == static_cast<PtrInterface const*>(b.ptr());

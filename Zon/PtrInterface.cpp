@@ -47,6 +47,16 @@ void PtrInterface::zonFlagIs(std::uint32_t bits, bool set) const noexcept {
   }
 }
 
+void PtrInterface::zonLockedIncrement() const noexcept { word_.fetch_add(1, std::memory_order_relaxed); }
+
+std::uint32_t PtrInterface::zonLockedDecrement() const noexcept {
+  std::uint32_t const count = (word_.fetch_sub(1, std::memory_order_acq_rel) - 1) & zonCountMask;
+  if (count == 0) {
+    handleZeroRef();
+  }
+  return count;
+}
+
 void PtrInterface::handleZeroRef() const noexcept {
   if (isNondestructing()) {
     return;

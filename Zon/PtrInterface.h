@@ -115,6 +115,10 @@ class PtrInterface : public VFPtrInterface {
   friend void increment(PtrInterface const* object) noexcept;
   friend std::uint32_t decrement(PtrInterface const* object) noexcept;
 
+  // The locked forms, out of line: they would only be in the way of the plain ones.
+  void zonLockedIncrement() const noexcept;
+  std::uint32_t zonLockedDecrement() const noexcept;
+
   // One atomic object: "plain" counting is a relaxed load and store, "locked" an atomic read-modify-write.
   mutable std::atomic<std::uint32_t> word_;
 };
@@ -122,7 +126,7 @@ class PtrInterface : public VFPtrInterface {
 /// REQUIRES: `object` is not null.
 inline void increment(PtrInterface const* object) noexcept {
   if (VFPtrInterface::enableThreadSafePointers) [[unlikely]] {
-    object->word_.fetch_add(1, std::memory_order_relaxed);
+    object->zonLockedIncrement();
   } else {
     object->word_.store(object->word_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   }
@@ -131,13 +135,11 @@ inline void increment(PtrInterface const* object) noexcept {
 /// Drops one reference and returns the count that is left.
 /// REQUIRES: `object` is not null and the caller owns a reference.
 inline std::uint32_t decrement(PtrInterface const* object) noexcept {
-  std::uint32_t word;
   if (VFPtrInterface::enableThreadSafePointers) [[unlikely]] {
-    word = object->word_.fetch_sub(1, std::memory_order_acq_rel) - 1;
-  } else {
-    word = object->word_.load(std::memory_order_relaxed) - 1;
-    object->word_.store(word, std::memory_order_relaxed);
+    return object->zonLockedDecrement();
   }
+  std::uint32_t const word = object->word_.load(std::memory_order_relaxed) - 1;
+  object->word_.store(word, std::memory_order_relaxed);
   std::uint32_t const count = word & PtrInterface::zonCountMask;
   if (count == 0) [[unlikely]] {
     object->handleZeroRef();

@@ -228,7 +228,7 @@ class ReactorOf : public Reactor {
   void forEachInput(Step const& step) {
     std::apply(
         [&](auto... slot) {
-          auto const visit = [&](auto input) {
+          [[maybe_unused]] auto const visit = [&](auto input) {
             if (input) step(*input);
           };
           (visit(self()->*slot), ...);

@@ -112,12 +112,16 @@ class LazyTraceHandle {
   LazyTraceHandle(LazyTraceHandle const&) = delete;
   LazyTraceHandle& operator=(LazyTraceHandle const&) = delete;
 
-  operator TraceHandle() const {
-    TraceHandle::Facility* const known = facility_.load(std::memory_order_acquire);
-    return TraceHandle(known != nullptr ? known : find());
-  }
+  operator TraceHandle() const { return TraceHandle(facility()); }
+
+  /// As `TraceHandle::wanted`.
+  bool wanted(unsigned level) const { return TraceHandle(facility()).wanted(level); }
 
  private:
+  TraceHandle::Facility* facility() const {
+    TraceHandle::Facility* const known = facility_.load(std::memory_order_acquire);
+    return known != nullptr ? known : find();
+  }
   TraceHandle::Facility* find() const;
 
   char const* const name_;
@@ -132,10 +136,10 @@ public:
                    void* context) noexcept;
 };
 
-/// Emits one line. `write` gets a `std::ostream` of precision 12 and is called only if the line is wanted.
+/// Emits one line of a facility, given by either kind of handle. `write` gets a `std::ostream` of precision 12 and is called only if the line is wanted.
 /// REQUIRES: `level` < 32 (asserted).
-template <class Write>
-inline void trace(TraceHandle const& handle, unsigned level, char const* file, int line, char const* function,
+template <class Handle, class Write>
+inline void trace(Handle const& handle, unsigned level, char const* file, int line, char const* function,
                   Write&& write) {
   require(level < TraceHandle::levels, "level < 32", "Zon/Trace", __LINE__, "trace");
   if (handle.wanted(level)) [[unlikely]] {
