@@ -275,9 +275,9 @@ TEST_P(DropTest, FromInsideEveryCallbackOnEveryActivityLeavesASoundWorld) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, DropTest, testing::ValuesIn(drops), [](auto const& info) {
+INSTANTIATE_TEST_SUITE_P(Of, DropTest, testing::ValuesIn(drops), [](auto const& drop) {
   std::string name;
-  for (char const c : std::string(info.param.name)) {
+  for (char const c : std::string(drop.param.name)) {
     if (c != ' ' && c != ',') name += c;
   }
   return name;

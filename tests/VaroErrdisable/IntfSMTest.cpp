@@ -926,9 +926,6 @@ TEST_F(IntfSMTest, AnInputKeptPastItsMachineIsInert) {
   EXPECT_EQ(events.take(), "Ethernet1.state=disabled Ethernet1.reason='admin'");
 }
 
-// ---------------------------------------------------------------------------------------------------------------
-// Shape
-
 TEST_F(IntfSMTest, AuditsFindNothing) {
   EXPECT_EQ(machine->auditErrors(0), 0U);
   EXPECT_EQ(machine->zonAuditErrors(0), 0U);
