@@ -2,9 +2,16 @@
 // of the library without loading it. One literal, whose own end is the last zero: separate arrays would be padded and
 // reordered. Kept through section collection by attribute, and by the initialiser where the linker ignores that.
 
+// Address-sanitized builds of Clang would pad the section with a red zone.
+#ifdef __clang__
+#define VARO_UNPADDED [[clang::no_sanitize("address")]]
+#else
+#define VARO_UNPADDED
+#endif
+
 namespace {
 
-[[gnu::section(".zon.type"), gnu::used, gnu::retain]] constinit char const zonTypeNames[] =
+[[gnu::section(".zon.type"), gnu::used, gnu::retain]] VARO_UNPADDED constinit char const zonTypeNames[] =
     "VaroIntf::IntfStatusReactor\0"
     "VaroIntf::AllIntfStatusDirSm\0"
     "VaroIntf::AllIntfDir\0"

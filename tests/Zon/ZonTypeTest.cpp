@@ -1,5 +1,7 @@
 #include "Zon/ZonType.h"
 
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "Zon/Activity.h"
@@ -22,9 +24,10 @@ namespace {
 
 /// A node that lives to the end of the process, as all in the registry do.
 ZonType* newNode(char const* fullName) {
-  auto* const node = new ZonType(Name(fullName));
-  node->isNondestructingIs(true);
-  return node;
+  static auto* const nodes = new std::vector<ZonType*>();
+  nodes->push_back(new ZonType(Name(fullName)));
+  nodes->back()->isNondestructingIs(true);
+  return nodes->back();
 }
 
 std::string names(std::vector<Ptr<ZonType const>> const& types) {
