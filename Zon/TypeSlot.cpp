@@ -16,6 +16,9 @@ ZonType* TypeSlot::makeNode() {
 
 void TypeSlot::takeHandles() {
   unsigned int const count = node()->attributeQs();
+  if (count == 0) {
+    return;
+  }
   handles_ = new Ptr<ZonAttr>[count];
   for (unsigned int i = 0; i != count; ++i) {
     handles_[i] = node_->describingAttr()->attr(node_->attributeQ(i)->name());
