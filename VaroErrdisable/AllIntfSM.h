@@ -41,8 +41,7 @@ class AllIntfSM : public Zon::ReactorOf<AllIntfSM> {
                                          Zon::Ptr<Interface::AllIntfStatusDir const> const& intfStatusDir,
                                          Zon::Ptr<Errdisable::Status> const& errdisableStatus);
 
-  AllIntfSM(Zon::Ptr<Zon::ActivityConfig> const& activity,
-            Zon::Ptr<Interface::AllIntfConfigDir> const& intfConfigDir,
+  AllIntfSM(Zon::Ptr<Zon::ActivityConfig> const& activity, Zon::Ptr<Interface::AllIntfConfigDir> const& intfConfigDir,
             Zon::Ptr<Interface::AllIntfStatusDir const> const& intfStatusDir,
             Zon::Ptr<Errdisable::Status> const& errdisableStatus);
   ~AllIntfSM() override;
@@ -110,8 +109,7 @@ class AllIntfSM : public Zon::ReactorOf<AllIntfSM> {
   bool initialized_ = false;
 };
 
-class AllIntfSM::ZonIntfConfigDir final
-    : public Zon::KeyedInput<AllIntfSM, Interface::AllIntfConfigDir::Notifiee> {
+class AllIntfSM::ZonIntfConfigDir final : public Zon::KeyedInput<AllIntfSM, Interface::AllIntfConfigDir::Notifiee> {
  public:
   using KeyedInput::KeyedInput;
   void allIntfSMIs(AllIntfSM* owner) noexcept { zonOwnerIs(owner); }
@@ -120,7 +118,7 @@ class AllIntfSM::ZonIntfConfigDir final
 };
 
 class AllIntfSM::ZonIntfStatusDir final
-    : public Zon::KeyedInput<AllIntfSM, Interface::AllIntfStatusDir::NotifieeConst> {
+  : public Zon::KeyedInput<AllIntfSM, Interface::AllIntfStatusDir::NotifieeConst> {
  public:
   using KeyedInput::KeyedInput;
   void allIntfSMIs(AllIntfSM* owner) noexcept { zonOwnerIs(owner); }

@@ -87,8 +87,8 @@ class IntfSM : public Zon::ReactorOf<IntfSM>, public Zon::HashMapLink<IntfSM> {
 };
 
 class IntfSM::ZonIntfConfig final
-    : public Zon::ValueInput<IntfSM, Interface::IntfConfig::Notifiee, 263,
-                             &Interface::IntfConfig::NotifieeConst::onAdminEnabledStateLocal> {
+  : public Zon::ValueInput<IntfSM, Interface::IntfConfig::Notifiee, 263,
+                           &Interface::IntfConfig::NotifieeConst::onAdminEnabledStateLocal> {
  public:
   using ValueInput::ValueInput;
   void intfSMIs(IntfSM* owner) noexcept { zonOwnerIs(owner); }
@@ -97,9 +97,8 @@ class IntfSM::ZonIntfConfig final
   void onAdminEnabledStateLocal() override;
 };
 
-class IntfSM::ZonIntfStatus final
-    : public Zon::ValueInput<IntfSM, Interface::IntfStatus::NotifieeConst, 272,
-                             &Interface::IntfStatus::NotifieeConst::onActive> {
+class IntfSM::ZonIntfStatus final : public Zon::ValueInput<IntfSM, Interface::IntfStatus::NotifieeConst, 272,
+                                                           &Interface::IntfStatus::NotifieeConst::onActive> {
  public:
   using ValueInput::ValueInput;
   void intfSMIs(IntfSM* owner) noexcept { zonOwnerIs(owner); }

@@ -66,12 +66,14 @@ class Agent : public Zon::Entity {
   Zon::Ptr<AllIntfQueueCounterReactor> allIntfQueueCounterReactor() const noexcept {
     return allIntfQueueCounterReactor_;
   }
-  Zon::Ptr<AllIntfQueueCounterReactor> allIntfQueueCounterReactorIs(
-      Zon::Ptr<Zon::ActivityConfig> const& activity,
-      Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& allIntfQueueCounterDir, Zon::Ptr<Zon::Dir> const& dir);
-  Zon::Ptr<AllIntfQueueCounterReactor> newAllIntfQueueCounterReactor(
-      Zon::Ptr<Zon::ActivityConfig> const& activity,
-      Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& allIntfQueueCounterDir, Zon::Ptr<Zon::Dir> const& dir);
+  Zon::Ptr<AllIntfQueueCounterReactor>
+  allIntfQueueCounterReactorIs(Zon::Ptr<Zon::ActivityConfig> const& activity,
+                               Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& allIntfQueueCounterDir,
+                               Zon::Ptr<Zon::Dir> const& dir);
+  Zon::Ptr<AllIntfQueueCounterReactor>
+  newAllIntfQueueCounterReactor(Zon::Ptr<Zon::ActivityConfig> const& activity,
+                                Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& allIntfQueueCounterDir,
+                                Zon::Ptr<Zon::Dir> const& dir);
   Zon::Ptr<AllIntfQueueCounterReactor> allIntfQueueCounterReactorDel();
 
  private:

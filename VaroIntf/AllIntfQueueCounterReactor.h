@@ -29,9 +29,10 @@ class AllIntfQueueCounterReactor : public Zon::ReactorOf<AllIntfQueueCounterReac
   using SliceSmIteratorConst = SliceSms::IteratorConst;
 
   /// Creates the reactor, sweeps the slices and switches the reactor on.
-  static Zon::Ptr<AllIntfQueueCounterReactor> AllIntfQueueCounterReactorIs(
-      Zon::Ptr<Zon::ActivityConfig> const& activity,
-      Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counterOut, Zon::Ptr<Zon::Dir> const& counterIn);
+  static Zon::Ptr<AllIntfQueueCounterReactor>
+  AllIntfQueueCounterReactorIs(Zon::Ptr<Zon::ActivityConfig> const& activity,
+                               Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counterOut,
+                               Zon::Ptr<Zon::Dir> const& counterIn);
 
   AllIntfQueueCounterReactor(Zon::Ptr<Zon::ActivityConfig> const& activity,
                              Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counterOut,
@@ -54,15 +55,15 @@ class AllIntfQueueCounterReactor : public Zon::ReactorOf<AllIntfQueueCounterReac
   Zon::Ptr<AllIntfQueueCounterSliceReactor const> sliceSm(Zon::String8 const& sliceName) const;
   /// Finds the reactor of a slice or makes it. A found one gets the activity first.
   /// Errors: name-in-use exception when it was built for another output or watches another slice.
-  Zon::Ptr<AllIntfQueueCounterSliceReactor> sliceSmIs(
-      Zon::Ptr<Zon::ActivityConfig> const& activity, Zon::String8 const& sliceName,
-      Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counterOut,
-      Zon::Ptr<Interface::AllIntfQueueCounterDir> const& counterIn);
+  Zon::Ptr<AllIntfQueueCounterSliceReactor> sliceSmIs(Zon::Ptr<Zon::ActivityConfig> const& activity,
+                                                      Zon::String8 const& sliceName,
+                                                      Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counterOut,
+                                                      Zon::Ptr<Interface::AllIntfQueueCounterDir> const& counterIn);
   /// Makes a reactor and inserts it, without looking for one.
-  Zon::Ptr<AllIntfQueueCounterSliceReactor> newSliceSm(
-      Zon::Ptr<Zon::ActivityConfig> const& activity, Zon::String8 const& sliceName,
-      Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counterOut,
-      Zon::Ptr<Interface::AllIntfQueueCounterDir> const& counterIn);
+  Zon::Ptr<AllIntfQueueCounterSliceReactor> newSliceSm(Zon::Ptr<Zon::ActivityConfig> const& activity,
+                                                       Zon::String8 const& sliceName,
+                                                       Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counterOut,
+                                                       Zon::Ptr<Interface::AllIntfQueueCounterDir> const& counterIn);
   Zon::Ptr<AllIntfQueueCounterSliceReactor> sliceSmDel(Zon::String8 const& sliceName);
   Zon::Ptr<AllIntfQueueCounterSliceReactor> sliceSmDel(SliceSmIterator& at);
   void sliceSmDelAll();
@@ -88,7 +89,7 @@ class AllIntfQueueCounterReactor : public Zon::ReactorOf<AllIntfQueueCounterReac
 };
 
 class AllIntfQueueCounterReactor::ZonCounterIn final
-    : public Zon::KeyedInput<AllIntfQueueCounterReactor, Zon::Dir::Notifiee> {
+  : public Zon::KeyedInput<AllIntfQueueCounterReactor, Zon::Dir::Notifiee> {
  public:
   using KeyedInput::KeyedInput;
   void allIntfQueueCounterReactorIs(AllIntfQueueCounterReactor* owner) noexcept { zonOwnerIs(owner); }

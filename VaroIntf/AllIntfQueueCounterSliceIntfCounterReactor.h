@@ -19,9 +19,8 @@
 
 namespace VaroIntf {
 
-class AllIntfQueueCounterSliceIntfCounterReactor
-    : public Zon::ReactorOf<AllIntfQueueCounterSliceIntfCounterReactor>,
-      public Zon::HashMapLink<AllIntfQueueCounterSliceIntfCounterReactor> {
+class AllIntfQueueCounterSliceIntfCounterReactor : public Zon::ReactorOf<AllIntfQueueCounterSliceIntfCounterReactor>,
+                                                   public Zon::HashMapLink<AllIntfQueueCounterSliceIntfCounterReactor> {
  public:
   class ZonIntfQueueCounterDir;
 
@@ -34,10 +33,9 @@ class AllIntfQueueCounterSliceIntfCounterReactor
       Zon::Ptr<Interface::IntfQueueCounterDir const> const& intfQueueCounterDir,
       Zon::Ptr<Interface::AllIntfQueueCounterDir> const& allIntfQueueCounterDir);
 
-  AllIntfQueueCounterSliceIntfCounterReactor(
-      Zon::Ptr<Zon::ActivityConfig> const& activity, Orvet::IntfId intfId,
-      Zon::Ptr<Interface::IntfQueueCounterDir const> const& intfQueueCounterDir,
-      Zon::Ptr<Interface::AllIntfQueueCounterDir> const& allIntfQueueCounterDir);
+  AllIntfQueueCounterSliceIntfCounterReactor(Zon::Ptr<Zon::ActivityConfig> const& activity, Orvet::IntfId intfId,
+                                             Zon::Ptr<Interface::IntfQueueCounterDir const> const& intfQueueCounterDir,
+                                             Zon::Ptr<Interface::AllIntfQueueCounterDir> const& allIntfQueueCounterDir);
   ~AllIntfQueueCounterSliceIntfCounterReactor() override;
 
   Zon::ZonType* fwkType() const override;
@@ -51,8 +49,8 @@ class AllIntfQueueCounterSliceIntfCounterReactor
   Zon::Ptr<Interface::IntfQueueCounterDir const> intfQueueCounterDir() const;
   void intfQueueCounterDirIs(Zon::Ptr<Interface::IntfQueueCounterDir const> const& counters);
   Zon::Ptr<Interface::IntfQueueCounterDir const> intfQueueCounterDirDel();
-  Zon::Ptr<ZonIntfQueueCounterDir> newIntfQueueCounterDir(
-      Zon::Ptr<Interface::IntfQueueCounterDir const> const& counters);
+  Zon::Ptr<ZonIntfQueueCounterDir>
+  newIntfQueueCounterDir(Zon::Ptr<Interface::IntfQueueCounterDir const> const& counters);
 
   /// The slice whose managers hold the blocks.
   Zon::Ptr<Interface::AllIntfQueueCounterDir> allIntfQueueCounterDir() const noexcept {
@@ -79,7 +77,7 @@ class AllIntfQueueCounterSliceIntfCounterReactor
 };
 
 class AllIntfQueueCounterSliceIntfCounterReactor::ZonIntfQueueCounterDir final
-    : public Zon::KeyedInput<AllIntfQueueCounterSliceIntfCounterReactor, Interface::IntfQueueCounterDir::NotifieeConst> {
+  : public Zon::KeyedInput<AllIntfQueueCounterSliceIntfCounterReactor, Interface::IntfQueueCounterDir::NotifieeConst> {
  public:
   using KeyedInput::KeyedInput;
   void allIntfQueueCounterSliceIntfCounterReactorIs(AllIntfQueueCounterSliceIntfCounterReactor* owner) noexcept {

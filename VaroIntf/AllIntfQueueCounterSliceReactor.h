@@ -32,10 +32,10 @@ class AllIntfQueueCounterSliceReactor : public Zon::ReactorOf<AllIntfQueueCounte
   using IntfQueueCounterSmIteratorConst = IntfQueueCounterSms::IteratorConst;
 
   /// Creates the reactor, sweeps the slice and switches the reactor on.
-  static Zon::Ptr<AllIntfQueueCounterSliceReactor> AllIntfQueueCounterSliceReactorIs(
-      Zon::Ptr<Zon::ActivityConfig> const& activity, Zon::String8 sliceName,
-      Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counterOut,
-      Zon::Ptr<Interface::AllIntfQueueCounterDir> const& counterIn);
+  static Zon::Ptr<AllIntfQueueCounterSliceReactor>
+  AllIntfQueueCounterSliceReactorIs(Zon::Ptr<Zon::ActivityConfig> const& activity, Zon::String8 sliceName,
+                                    Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counterOut,
+                                    Zon::Ptr<Interface::AllIntfQueueCounterDir> const& counterIn);
 
   AllIntfQueueCounterSliceReactor(Zon::Ptr<Zon::ActivityConfig> const& activity, Zon::String8 sliceName,
                                   Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counterOut,
@@ -60,15 +60,15 @@ class AllIntfQueueCounterSliceReactor : public Zon::ReactorOf<AllIntfQueueCounte
   Zon::Ptr<IntfQueueCounterSm const> intfQueueCounterSm(Orvet::IntfId const& intfId) const;
   /// Finds the reactor of an interface or makes it. A found one gets the activity first.
   /// Errors: name-in-use exception when it watches another counter directory or serves another slice.
-  Zon::Ptr<IntfQueueCounterSm> intfQueueCounterSmIs(
-      Zon::Ptr<Zon::ActivityConfig> const& activity, Orvet::IntfId const& intfId,
-      Zon::Ptr<Interface::IntfQueueCounterDir const> const& intfQueueCounterDir,
-      Zon::Ptr<Interface::AllIntfQueueCounterDir> const& allIntfQueueCounterDir);
+  Zon::Ptr<IntfQueueCounterSm>
+  intfQueueCounterSmIs(Zon::Ptr<Zon::ActivityConfig> const& activity, Orvet::IntfId const& intfId,
+                       Zon::Ptr<Interface::IntfQueueCounterDir const> const& intfQueueCounterDir,
+                       Zon::Ptr<Interface::AllIntfQueueCounterDir> const& allIntfQueueCounterDir);
   /// Makes a reactor and inserts it, without looking for one.
-  Zon::Ptr<IntfQueueCounterSm> newIntfQueueCounterSm(
-      Zon::Ptr<Zon::ActivityConfig> const& activity, Orvet::IntfId const& intfId,
-      Zon::Ptr<Interface::IntfQueueCounterDir const> const& intfQueueCounterDir,
-      Zon::Ptr<Interface::AllIntfQueueCounterDir> const& allIntfQueueCounterDir);
+  Zon::Ptr<IntfQueueCounterSm>
+  newIntfQueueCounterSm(Zon::Ptr<Zon::ActivityConfig> const& activity, Orvet::IntfId const& intfId,
+                        Zon::Ptr<Interface::IntfQueueCounterDir const> const& intfQueueCounterDir,
+                        Zon::Ptr<Interface::AllIntfQueueCounterDir> const& allIntfQueueCounterDir);
   Zon::Ptr<IntfQueueCounterSm> intfQueueCounterSmDel(Orvet::IntfId const& intfId);
   Zon::Ptr<IntfQueueCounterSm> intfQueueCounterSmDel(IntfQueueCounterSmIterator& at);
   void intfQueueCounterSmDelAll();
@@ -98,7 +98,7 @@ class AllIntfQueueCounterSliceReactor : public Zon::ReactorOf<AllIntfQueueCounte
 };
 
 class AllIntfQueueCounterSliceReactor::ZonCounterIn final
-    : public Zon::KeyedInput<AllIntfQueueCounterSliceReactor, Interface::AllIntfQueueCounterDir::Notifiee> {
+  : public Zon::KeyedInput<AllIntfQueueCounterSliceReactor, Interface::AllIntfQueueCounterDir::Notifiee> {
  public:
   using KeyedInput::KeyedInput;
   void allIntfQueueCounterSliceReactorIs(AllIntfQueueCounterSliceReactor* owner) noexcept { zonOwnerIs(owner); }

@@ -25,8 +25,7 @@ class AllIntfReactor : public Zon::ReactorOf<AllIntfReactor> {
   class ZonStatusIn;
 
   /// Mirrors both halves before it returns. Any argument may be null.
-  AllIntfReactor(Zon::Ptr<Zon::ActivityConfig> const& activity,
-                 Zon::Ptr<Interface::AllIntfConfigDir> const& configOut,
+  AllIntfReactor(Zon::Ptr<Zon::ActivityConfig> const& activity, Zon::Ptr<Interface::AllIntfConfigDir> const& configOut,
                  Zon::Ptr<Interface::AllIntfStatusDir> const& statusOut,
                  Zon::Ptr<Interface::AllIntfConfigDir> const& configIn,
                  Zon::Ptr<Interface::AllIntfStatusDir> const& statusIn);

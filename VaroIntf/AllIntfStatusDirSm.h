@@ -72,7 +72,7 @@ class AllIntfStatusDirSm : public Zon::ReactorOf<AllIntfStatusDirSm> {
 };
 
 class AllIntfStatusDirSm::ZonAllIntfStatusDir final
-    : public Zon::KeyedInput<AllIntfStatusDirSm, Interface::AllIntfStatusDir::Notifiee> {
+  : public Zon::KeyedInput<AllIntfStatusDirSm, Interface::AllIntfStatusDir::Notifiee> {
  public:
   using KeyedInput::KeyedInput;
   void allIntfStatusDirSmIs(AllIntfStatusDirSm* owner) noexcept { zonOwnerIs(owner); }

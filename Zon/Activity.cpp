@@ -14,9 +14,7 @@ std::uint32_t ActivityConfig::zonDispatch() {
   return machine ? machine->zonDispatch() : 0;
 }
 
-std::uint32_t ActivityConfig::zonPending() const noexcept {
-  return machine_ != nullptr ? machine_->zonPending() : 0;
-}
+std::uint32_t ActivityConfig::zonPending() const noexcept { return machine_ != nullptr ? machine_->zonPending() : 0; }
 
 ActivitySm::ActivitySm(Ptr<ActivityConfig> const& config) noexcept : config_(config) { config_->machine_ = this; }
 
@@ -82,8 +80,7 @@ void ActivitySm::zonServeNow(NotifieeConst& notifiee, ActivitySm* machine) {
 }
 
 bool ActivitySm::serve(NotifieeConst& notifiee, ActivityConfig* config) {
-  if (!notifiee.hasNotificationActive() || notifiee.zonMarkedForDeletion() ||
-      notifiee.zonRawNotifier() == nullptr) {
+  if (!notifiee.hasNotificationActive() || notifiee.zonMarkedForDeletion() || notifiee.zonRawNotifier() == nullptr) {
     notifiee.clearPending();
     return false;
   }

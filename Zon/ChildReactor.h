@@ -14,8 +14,7 @@ namespace Zon {
 /// happens in any case. Otherwise stores what `make` creates, switched on; the old one is not told anything. The
 /// attribute changes only when the new reactor is complete.
 template <class R, class Serves, class Make>
-Ptr<R> replaceReactor(Ptr<R>& attribute, Ptr<ActivityConfig> const& activity, Serves const& serves,
-                      Make const& make) {
+Ptr<R> replaceReactor(Ptr<R>& attribute, Ptr<ActivityConfig> const& activity, Serves const& serves, Make const& make) {
   if (Ptr<R> const held = attribute) {
     held->zonFwkActivityIs(activity);
     if (serves(*held)) {

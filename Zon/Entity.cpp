@@ -81,16 +81,16 @@ String8 Entity::fullName() const {
 
 String8 Entity::attributeString(AttributeId id) const {
   switch (id) {
-    case zeroReferencesId:
-      return "zeroReferences";
-    case isNondestructingId:
-      return "isNondestructing";
-    case nameId:
-      return "name";
-    case parentId:
-      return "parent";
-    default:
-      return "unknown";
+  case zeroReferencesId:
+    return "zeroReferences";
+  case isNondestructingId:
+    return "isNondestructing";
+  case nameId:
+    return "name";
+  case parentId:
+    return "parent";
+  default:
+    return "unknown";
   }
 }
 

@@ -29,22 +29,20 @@ namespace Zon {
 
 /// Base of whatever the runtime throws on purpose.
 class Exception : public std::exception {
-public:
+ public:
   /// A set of exception ids, 0 to 255.
   class IdBitArray {
-  public:
+   public:
     static constexpr unsigned capacity = 256;
 
     IdBitArray() noexcept : words_{} {}
     /// Adds `id`. REQUIRES: `id` < `capacity` (asserted).
     void idIs(unsigned id);
-    bool id(unsigned id) const noexcept {
-      return id < capacity && ((words_[id / 64] >> (id % 64)) & 1U) != 0;
-    }
+    bool id(unsigned id) const noexcept { return id < capacity && ((words_[id / 64] >> (id % 64)) & 1U) != 0; }
     bool empty() const noexcept { return (words_[0] | words_[1] | words_[2] | words_[3]) == 0; }
     friend bool operator==(IdBitArray const& a, IdBitArray const& b) noexcept = default;
 
-  private:
+   private:
     std::uint64_t words_[capacity / 64];
   };
 
@@ -58,7 +56,7 @@ public:
   IdBitArray const& ids() const noexcept { return ids_; }
   bool flag() const noexcept { return flag_; }
 
-private:
+ private:
   String8 text_;
   IdBitArray ids_;
   bool flag_;
@@ -66,49 +64,49 @@ private:
 
 /// A value or reference that is not acceptable.
 class RangeException : public Exception {
-public:
+ public:
   using Exception::Exception;
   ~RangeException() override;
 };
 
 /// A name, or the place of a child, is taken by something different.
 class NameInUseException : public Exception {
-public:
+ public:
   using Exception::Exception;
   ~NameInUseException() override;
 };
 
 /// A modification through a const interface.
 class ConstException : public Exception {
-public:
+ public:
   using Exception::Exception;
   ~ConstException() override;
 };
 
 /// A value of the wrong type.
 class TypeException : public Exception {
-public:
+ public:
   using Exception::Exception;
   ~TypeException() override;
 };
 
 /// An argument too many.
 class UnknownArgException : public Exception {
-public:
+ public:
   using Exception::Exception;
   ~UnknownArgException() override;
 };
 
 /// A key given where none belongs, or of the wrong type.
 class BadIndexAttrException : public Exception {
-public:
+ public:
   using Exception::Exception;
   ~BadIndexAttrException() override;
 };
 
 /// An operation that the attribute does not offer. Text: `ATTRIBUTE: operation N not supported`.
 class OpNotSupportedException : public Exception {
-public:
+ public:
   OpNotSupportedException(String8 attribute, unsigned opId, bool flag);
   OpNotSupportedException(OpNotSupportedException const&) noexcept = default;
   OpNotSupportedException& operator=(OpNotSupportedException const&) noexcept = default;
@@ -117,14 +115,14 @@ public:
   String8 const& attribute() const noexcept { return attribute_; }
   unsigned opId() const noexcept { return opId_; }
 
-private:
+ private:
   String8 attribute_;
   unsigned opId_;
 };
 
 /// A text that does not denote a value of the wanted type.
 class ConversionException : public RangeException {
-public:
+ public:
   using RangeException::RangeException;
   ~ConversionException() override;
 };
@@ -134,7 +132,7 @@ public:
 
 /// The guard around calls into watchers: whatever the call throws is turned into a call of the handler.
 class Expect {
-public:
+ public:
   /// `exceptionId` names the expectation for whoever looks at it; 0 is "any".
   explicit constexpr Expect(unsigned exceptionId) noexcept : exceptionId_(exceptionId) {}
 
@@ -155,7 +153,7 @@ public:
   /// The text of the exception being handled. REQUIRES: called from a handler.
   static char const* textOfCurrent() noexcept;
 
-private:
+ private:
   unsigned exceptionId_;
 };
 

@@ -145,7 +145,7 @@ class KeyedInput : public Input<Owner, Watcher> {
  public:
   KeyedInput(Ptr<ActivityConfig> const& activity, Ptr<typename Input<Owner, Watcher>::ZonWatched> const& notifier,
              Owner* owner)
-      : Input<Owner, Watcher>(activity, notifier, owner) {
+    : Input<Owner, Watcher>(activity, notifier, owner) {
     this->zonGatedIs(true);
   }
 
@@ -187,7 +187,7 @@ class ValueInput : public Input<Owner, Watcher> {
  public:
   ValueInput(Ptr<ActivityConfig> const& activity, Ptr<typename Input<Owner, Watcher>::ZonWatched> const& notifier,
              Owner* owner)
-      : Input<Owner, Watcher>(activity, notifier, owner) {
+    : Input<Owner, Watcher>(activity, notifier, owner) {
     this->zonGatedIs(true);
   }
 

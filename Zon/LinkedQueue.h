@@ -8,8 +8,7 @@
 /// Guarantees
 ///   A  Elements stay in the order of their appending; the addresses of links never change.
 ///   B  A copy of a queue is independent of the original, the held values are copied.
-///   C  Removing the element an iterator stands on leaves that iterator on the next element, and its
-///   following `++`
+///   C  Removing the element an iterator stands on leaves that iterator on the next element, and its following `++`
 ///      stays there: a loop that removes while it walks skips nothing.
 ///   D  Releasing a queue does not recurse, however long it is.
 ///

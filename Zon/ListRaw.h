@@ -4,8 +4,7 @@
 /// `Zon::ListRaw<T>`: the intrusive list in which a notifier keeps its registered watchers.
 ///
 /// Guarantees
-///   A  The list owns nothing: it holds no reference and nothing it does destroys a member. A member leaves
-///   the list
+///   A  The list owns nothing: it holds no reference and nothing it does destroys a member. A member leaves the list
 ///      before it dies.
 ///   B  Order of the list is order of appending. Every change adds one to the modification counter.
 ///   C  Appending takes constant time, unlinking one search from the head. Nothing allocates.

@@ -1,12 +1,12 @@
 #include "Zon/NotificationException.h"
 
-#include <cxxabi.h>
-
 #include <cstdlib>
 #include <memory>
 #include <ostream>
 #include <string>
 #include <typeinfo>
+
+#include <cxxabi.h>
 
 #include "Zon/Trace.h"
 
@@ -16,8 +16,8 @@ namespace {
 
 std::string readableTypeName(std::type_info const& type) {
   int status = 0;
-  std::unique_ptr<char, decltype(&std::free)> const name(
-      abi::__cxa_demangle(type.name(), nullptr, nullptr, &status), &std::free);
+  std::unique_ptr<char, decltype(&std::free)> const name(abi::__cxa_demangle(type.name(), nullptr, nullptr, &status),
+                                                         &std::free);
   return status == 0 ? name.get() : type.name();
 }
 

@@ -64,9 +64,7 @@ class NotifieeConstOf : public Base {
     return notifier != nullptr ? notifier->name() : Name();
   }
 
-  void notifierIs(Ptr<PtrInterface const> const& notifier) override {
-    zonBind(dynamic_cast<X const*>(notifier.ptr()));
-  }
+  void notifierIs(Ptr<PtrInterface const> const& notifier) override { zonBind(dynamic_cast<X const*>(notifier.ptr())); }
 
  protected:
   NotifieeConstOf() = default;
@@ -105,9 +103,7 @@ class RefinedNotifiee : public Base {
   Ptr<X const> notifier() const noexcept { return zonTypedNotifier(); }
   X const* zonTypedNotifier() const noexcept { return static_cast<X const*>(this->zonRawNotifier()); }
 
-  void notifierIs(Ptr<PtrInterface const> const& notifier) override {
-    zonBind(dynamic_cast<X const*>(notifier.ptr()));
-  }
+  void notifierIs(Ptr<PtrInterface const> const& notifier) override { zonBind(dynamic_cast<X const*>(notifier.ptr())); }
 
  protected:
   RefinedNotifiee() = default;

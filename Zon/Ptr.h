@@ -39,12 +39,12 @@ class Ptr {
 
   template <class U>
     requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
-  Ptr(Ptr<U> const& other) noexcept : object_(other.ptr()) {
-    take();
-  }
+  Ptr(Ptr<U> const& other)
+  noexcept : object_(other.ptr()) { take(); }
   template <class U>
     requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
-  Ptr(Ptr<U>&& other) noexcept : object_(other.zonRelease()) {}
+  Ptr(Ptr<U>&& other)
+  noexcept : object_(other.zonRelease()) {}
 
   ~Ptr() {
     if (object_ != nullptr) decrement(object_);

@@ -96,9 +96,7 @@ class PtrInterface : public VFPtrInterface {
   bool zonMarkedForDeletion() const noexcept { return (zonWord() & zonZombieBit) != 0; }
   void zonMarkedForDeletionIs(bool zombie) noexcept { zonFlagIs(zonZombieBit, zombie); }
   /// True when the object is nondestructing, whatever its flags are.
-  bool isNondestructing() const noexcept {
-    return (zonWord() & zonNondestructingBits) == zonNondestructingBits;
-  }
+  bool isNondestructing() const noexcept { return (zonWord() & zonNondestructingBits) == zonNondestructingBits; }
   /// References held, the pin of a dying object not counted.
   std::uint32_t zonReferences() const noexcept { return zonWord() & zonReferenceMask; }
 

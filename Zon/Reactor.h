@@ -64,11 +64,10 @@ void compareParameter(Child const& child, ConstructorParameter<Child, T> const& 
   if (current == parameter.wanted) {
     return;
   }
-  throwNameInUseException(
-      String8("Reinstantiating the pointer interface where constructor parameter attribute _" +
-              std::string(parameter.name) + " has a different value of " +
-              valueToStrep(parameter.wanted).stdString() + " than the current value of " +
-              valueToStrep(current).stdString() + " not allowed"));
+  throwNameInUseException(String8("Reinstantiating the pointer interface where constructor parameter attribute _" +
+                                  std::string(parameter.name) + " has a different value of " +
+                                  valueToStrep(parameter.wanted).stdString() + " than the current value of " +
+                                  valueToStrep(current).stdString() + " not allowed"));
 }
 
 /// Finds the child of a key or makes, inserts and switches it on.

@@ -5,11 +5,9 @@
 /// go meanwhile.
 ///
 /// Guarantees
-///   A  It walks the members that the list had when the snapshot was taken, in their order; what the list
-///   does
+///   A  It walks the members that the list had when the snapshot was taken, in their order; what the list does
 ///      afterwards does not matter.
-///   B  Every member not yet passed is held by one reference; the one the iterator leaves is released at
-///   once, and
+///   B  Every member not yet passed is held by one reference; the one the iterator leaves is released at once, and
 ///      the snapshot has forgotten it before its destructor can run.
 ///   C  Up to `inlineCapacity` members it does not touch the heap.
 ///

@@ -5,17 +5,17 @@
 ///
 /// Guarantees
 ///   A  A value is one pointer. Copies share the bytes; the empty string has no data and never allocates.
-///   B  Bytes never change while anybody holds them. Any byte is legal, zero included; `cStr()` ends with one
-///   more zero. C  Comparison is by unsigned bytes, a shorter prefix first; equality looks at the data
-///   pointers before the bytes. D  The hash is computed once per data, on first use, and depends on the bytes
-///   alone. E  Counting follows `VFPtrInterface::enableThreadSafePointers`, asked at every single operation.
+///   B  Bytes never change while anybody holds them. Any byte is legal, zero included; `cStr()` ends with one more zero.
+///   C  Comparison is by unsigned bytes, a shorter prefix first; equality looks at the data pointers before the bytes.
+///   D  The hash is computed once per data, on first use, and depends on the bytes alone.
+///   E  Counting follows `VFPtrInterface::enableThreadSafePointers`, asked at every single operation.
 ///   F  An iterator holds its string: it stays valid after the string it came from is gone.
 ///
 /// Use
 ///
 ///     Zon::String8 block = Zon::String8::concat({intf.view(), "-", counter.view()});
-///     if (block == "Ethernet1-drops") { ... }                    // compares in place, makes no second
-///     string Zon::String8 text = Zon::format("%s has %lld blocks", block, 19);
+///     if (block == "Ethernet1-drops") { ... }   // compares in place, makes no second string
+///     Zon::String8 text = Zon::format("%s has %lld blocks", block, 19);
 
 #include <atomic>
 #include <compare>
@@ -41,7 +41,7 @@ class StringN;
 
 template <>
 class StringN<unsigned char> {
-public:
+ public:
   class Data;
   class IteratorConst;
 
@@ -90,9 +90,7 @@ public:
   /// The shared bytes, null when empty.
   Data const* data() const noexcept { return data_; }
 
-  friend bool operator==(StringN const& a, StringN const& b) noexcept {
-    return a.data_ == b.data_ || equalBytes(a, b);
-  }
+  friend bool operator==(StringN const& a, StringN const& b) noexcept { return a.data_ == b.data_ || equalBytes(a, b); }
   friend std::strong_ordering operator<=>(StringN const& a, StringN const& b) noexcept {
     return a.data_ == b.data_ ? std::strong_ordering::equal : compareBytes(a.view(), b.view());
   }
@@ -105,17 +103,13 @@ public:
   }
   template <class Text>
     requires(std::convertible_to<Text const&, std::string_view>)
-  friend StringN operator+(StringN const& a, Text const& b) {
-    return concat({a.view(), std::string_view(b)});
-  }
+  friend StringN operator+(StringN const& a, Text const& b) { return concat({a.view(), std::string_view(b)}); }
   template <class Text>
     requires(std::convertible_to<Text const&, std::string_view>)
-  friend StringN operator+(Text const& a, StringN const& b) {
-    return concat({std::string_view(a), b.view()});
-  }
+  friend StringN operator+(Text const& a, StringN const& b) { return concat({std::string_view(a), b.view()}); }
   StringN& operator+=(StringN const& other) { return *this = *this + other; }
 
-private:
+ private:
   static std::string_view checked(char const* text);
   static Data* make(std::string_view text) { return text.empty() ? nullptr : makeData(text); }
   static Data* makeData(std::string_view text);
@@ -130,7 +124,7 @@ using Name = String8;
 
 /// The counted block behind a non-empty string: this header, the bytes, a zero. One allocation.
 class StringN<unsigned char>::Data {
-public:
+ public:
   Data(Data const&) = delete;
   Data& operator=(Data const&) = delete;
 
@@ -144,7 +138,7 @@ public:
   /// Number of strings and iterators that share the bytes; for tests.
   std::uint32_t count() const noexcept { return count_.load(std::memory_order_relaxed); }
 
-private:
+ private:
   friend class StringN<unsigned char>;
 
   explicit Data(std::uint32_t length) noexcept : length_(length) {}
@@ -185,9 +179,7 @@ inline StringN<unsigned char>::~StringN() {
   if (data_ != nullptr && data_->decrement()) Data::destroy(data_);
 }
 
-inline std::size_t StringN<unsigned char>::length() const noexcept {
-  return data_ == nullptr ? 0 : data_->length_;
-}
+inline std::size_t StringN<unsigned char>::length() const noexcept { return data_ == nullptr ? 0 : data_->length_; }
 
 inline std::string_view StringN<unsigned char>::view() const noexcept {
   return data_ == nullptr ? std::string_view("", 0) : data_->view();
@@ -207,10 +199,9 @@ inline std::uint32_t StringN<unsigned char>::reversedHash() const noexcept {
 /// A position in a string, counted in bytes from 0. Random access; `*` gives the byte.
 /// Comparison is of positions. REQUIRES: both iterators walk the same string.
 class StringN<unsigned char>::IteratorConst {
-public:
+ public:
   using iterator_concept = std::random_access_iterator_tag;
-  using iterator_category =
-      std::input_iterator_tag;  // values, not references: the bytes belong to the iterator
+  using iterator_category = std::input_iterator_tag;  // values, not references: the bytes belong to the iterator
   using value_type = unsigned char;
   using difference_type = std::ptrdiff_t;
   using pointer = void;
@@ -218,8 +209,7 @@ public:
 
   IteratorConst() noexcept = default;
   /// REQUIRES: 0 <= `position` <= length.
-  IteratorConst(StringN const& string, difference_type position) noexcept
-    : string_(string), position_(position) {}
+  IteratorConst(StringN const& string, difference_type position) noexcept : string_(string), position_(position) {}
 
   /// Bytes before this position.
   difference_type position() const noexcept { return position_; }
@@ -244,14 +234,12 @@ public:
   friend difference_type operator-(IteratorConst const& a, IteratorConst const& b) noexcept {
     return a.position_ - b.position_;
   }
-  friend bool operator==(IteratorConst const& a, IteratorConst const& b) noexcept {
-    return a.position_ == b.position_;
-  }
+  friend bool operator==(IteratorConst const& a, IteratorConst const& b) noexcept { return a.position_ == b.position_; }
   friend std::strong_ordering operator<=>(IteratorConst const& a, IteratorConst const& b) noexcept {
     return a.position_ <=> b.position_;
   }
 
-private:
+ private:
   unsigned char at(difference_type position) const {
     if (position < 0 || position >= static_cast<difference_type>(string_.length())) outside();
     return static_cast<unsigned char>(string_.data_->bytes()[position]);
@@ -262,9 +250,7 @@ private:
   difference_type position_ = 0;
 };
 
-inline StringN<unsigned char>::IteratorConst StringN<unsigned char>::begin() const noexcept {
-  return {*this, 0};
-}
+inline StringN<unsigned char>::IteratorConst StringN<unsigned char>::begin() const noexcept { return {*this, 0}; }
 
 inline StringN<unsigned char>::IteratorConst StringN<unsigned char>::end() const noexcept {
   return {*this, static_cast<std::ptrdiff_t>(length())};
@@ -275,7 +261,7 @@ std::ostream& operator<<(std::ostream& out, String8 const& string);
 
 /// One argument of `format`: text, or an integer widened to 64 bits.
 class FormatArg {
-public:
+ public:
   FormatArg(String8 const& text) noexcept : text_(text.view()), kind_(Kind::text) {}
   FormatArg(std::string const& text) noexcept : text_(text), kind_(Kind::text) {}
   FormatArg(std::string_view text) noexcept : text_(text), kind_(Kind::text) {}
@@ -287,7 +273,7 @@ public:
   std::string_view text() const noexcept { return text_; }
   long long value() const noexcept { return value_; }
 
-private:
+ private:
   enum class Kind : unsigned char { text, integer };
 
   std::string_view text_;

@@ -26,7 +26,7 @@ constexpr int depthMax = 8;
 
 // What is below must not show in a program that only reads errno.
 class Delivery {
-public:
+ public:
   Delivery() noexcept : errno_(errno) { ++depth; }
   Delivery(Delivery const&) = delete;
   Delivery& operator=(Delivery const&) = delete;
@@ -35,7 +35,7 @@ public:
     errno = errno_;
   }
 
-private:
+ private:
   int errno_;
 };
 
@@ -88,7 +88,7 @@ void assertFailed(char const* text, char const* file, int line, char const* func
 
 /// The list of all facilities, newest first. Its callers hold `registryLock`.
 class TraceRegistry {
-public:
+ public:
   using Facility = TraceHandle::Facility;
 
   static Facility* find(String8 const& name) noexcept {
@@ -106,9 +106,8 @@ public:
   }
 
   static void refresh(Facility& facility) noexcept {
-    std::uint32_t wanted = facility.enabled.load(std::memory_order_relaxed)
-                               ? facility.levelsOn.load(std::memory_order_relaxed)
-                               : 0;
+    std::uint32_t wanted =
+        facility.enabled.load(std::memory_order_relaxed) ? facility.levelsOn.load(std::memory_order_relaxed) : 0;
     if (installedCoverage.load(std::memory_order_relaxed) != nullptr) wanted = ~std::uint32_t{0};
     facility.wanted.store(wanted, std::memory_order_relaxed);
   }
@@ -118,7 +117,7 @@ public:
       refresh(*facility);
   }
 
-private:
+ private:
   static constinit Facility* first;
 };
 
@@ -159,8 +158,8 @@ void TraceHandle::levelIs(unsigned level, bool on) const {
   TraceRegistry::refresh(*facility_);
 }
 
-void TraceEmitter::emit(TraceHandle const& handle, unsigned level, char const* file, int line,
-                        char const* function, void (*write)(void*, std::ostream&), void* context) noexcept {
+void TraceEmitter::emit(TraceHandle const& handle, unsigned level, char const* file, int line, char const* function,
+                        void (*write)(void*, std::ostream&), void* context) noexcept {
   if (depth == depthMax) return;
   Delivery const scope;
   try {

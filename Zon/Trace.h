@@ -4,21 +4,18 @@
 /// Trace facilities, the process's sink and coverage stream, and assertions that act in every build.
 ///
 /// Guarantees
-///   A  A facility belongs to its name: handles of one name share it, it is never destroyed, and it starts
-///   off. B  With everything off, asking for a line costs one load and one test; the text is not built. C
-///   With a coverage stream every line is built and written there; the sink gets a line only when facility
-///   and
-///      level are on.
+///   A  A facility belongs to its name: handles of one name share it, it is never destroyed, and it starts off.
+///   B  With everything off, asking for a line costs one load and one test; the text is not built.
+///   C  With a coverage stream every line is built and written there; the sink gets a line only when facility and level
+///      are on.
 ///   D  Tracing changes no behaviour: what building a line or the sink throws ends here.
-///   E  A sink may replace itself and may trace; nested lines reach it up to a fixed depth, deeper ones are
-///   dropped. F  Everything works from static initialisers of any library in any order, and until the process
-///   ends.
+///   E  A sink may replace itself and may trace; nested lines reach it up to a fixed depth, deeper ones are dropped.
+///   F  Everything works from static initialisers of any library in any order, and until the process ends.
 ///
 /// Use
 ///
 ///     Zon::TraceHandle const handle("VaroIntf", false);
-///     Zon::trace(handle, 8, "VaroIntf", 89, "handleQueueCounterDir", [&](std::ostream& out) { out << text <<
-///     id; });
+///     Zon::trace(handle, 8, "VaroIntf", 89, "handleQueueCounterDir", [&](std::ostream& out) { out << text << id; });
 ///
 ///     Zon::TraceHandle("VaroIntf", true).levelIs(8, true);   // switches the line on
 
@@ -58,7 +55,7 @@ struct TraceRecord {
 
 /// A way to one facility. A single pointer: copy it freely.
 class TraceHandle {
-public:
+ public:
   static constexpr unsigned levels = 32;
 
   /// Finds the facility of that name or makes it. `enabled` counts only when it is made.
@@ -81,7 +78,7 @@ public:
     return (facility_->wanted.load(std::memory_order_relaxed) >> level & 1U) != 0;
   }
 
-private:
+ private:
   friend class TraceRegistry;
   friend class TraceEmitter;
   friend class LazyTraceHandle;
@@ -90,8 +87,7 @@ private:
   explicit TraceHandle(Facility* facility) noexcept : facility_(facility) {}
 
   struct Facility {
-    Facility(String8 facilityName, Facility* nextFacility)
-      : name(std::move(facilityName)), next(nextFacility) {}
+    Facility(String8 facilityName, Facility* nextFacility) : name(std::move(facilityName)), next(nextFacility) {}
 
     // Levels whose lines are built: those switched on, or all while a coverage stream is installed.
     std::atomic<std::uint32_t> wanted{0};
@@ -130,10 +126,9 @@ class LazyTraceHandle {
 
 /// The cold half of `trace`.
 class TraceEmitter {
-public:
-  static void emit(TraceHandle const& handle, unsigned level, char const* file, int line,
-                   char const* function, void (*write)(void* context, std::ostream& out),
-                   void* context) noexcept;
+ public:
+  static void emit(TraceHandle const& handle, unsigned level, char const* file, int line, char const* function,
+                   void (*write)(void* context, std::ostream& out), void* context) noexcept;
 };
 
 /// Emits one line of a facility, given by either kind of handle. `write` gets a `std::ostream` of precision 12 and is called only if the line is wanted.

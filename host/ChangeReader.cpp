@@ -202,18 +202,27 @@ class ChangeReader::Members {
   }
   bool parse_error(std::size_t position, std::string const&, nlohmann::detail::exception const& error) {
     std::string_view reason = error.what();
-    // The library's prefix names itself, line and column; only what follows is news.
-    if (std::size_t const at = reason.find(": "); at != std::string_view::npos) {
-      reason.remove_prefix(at + 2);
+    // The library's prefixes name itself, line and column; only what follows is news.
+    skip(reason, "] ");
+    if (error.id == numberOverflow) {
+      fail(startColumn(), excerpt(reason, 160));
     }
-    if (reason.starts_with("syntax error ")) {
-      reason.remove_prefix(std::string_view("syntax error ").size());
+    skip(reason, ": ");
+    if (constexpr std::string_view syntax = "syntax error "; reason.starts_with(syntax)) {
+      reason.remove_prefix(syntax.size());
     }
     fail(std::max<std::size_t>(position, 1), excerpt(reason, 160));
   }
 
  private:
-  static constexpr std::size_t none = memberCount;
+  /// The JSON library's number for a number beyond all doubles.
+  static constexpr int numberOverflow = 406;
+
+  static void skip(std::string_view& text, std::string_view mark) noexcept {
+    if (std::size_t const at = text.find(mark); at != std::string_view::npos) {
+      text.remove_prefix(at + mark.size());
+    }
+  }
 
   Raw* find(std::string_view text) noexcept {
     for (std::size_t at = 0; at < memberCount; ++at) {

@@ -70,8 +70,8 @@ class AllIntfQueueCounterDir : public Zon::Dir {
 };
 
 class AllIntfQueueCounterDir::NotifieeConst
-    : public Zon::CollectionNotifiee<AllIntfQueueCounterDir, Orvet::IntfId,
-                                     Zon::RefinedNotifiee<AllIntfQueueCounterDir, Zon::Dir::NotifieeConst>> {
+  : public Zon::CollectionNotifiee<AllIntfQueueCounterDir, Orvet::IntfId,
+                                   Zon::RefinedNotifiee<AllIntfQueueCounterDir, Zon::Dir::NotifieeConst>> {
  public:
   virtual void onIntfQueueCounterDir(Orvet::IntfId) {}
   virtual void onIntfQueueCounterDirzonImmediate() {}

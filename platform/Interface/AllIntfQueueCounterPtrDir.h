@@ -23,7 +23,8 @@ class AllIntfQueueCounterPtrDir : public Zon::PlatformEntity<AllIntfQueueCounter
  public:
   class NotifieeConst;
   class Notifiee;
-  class ZonIntfQueueCounterDir final : public Zon::PointerEntry<ZonIntfQueueCounterDir, Orvet::IntfId, IntfQueueCounterDir> {
+  class ZonIntfQueueCounterDir final
+    : public Zon::PointerEntry<ZonIntfQueueCounterDir, Orvet::IntfId, IntfQueueCounterDir> {
    public:
     using PointerEntry::PointerEntry;
   };
@@ -60,14 +61,16 @@ class AllIntfQueueCounterPtrDir : public Zon::PlatformEntity<AllIntfQueueCounter
   Zon::PointerCollection<AllIntfQueueCounterPtrDir, ZonIntfQueueCounterDir> intfQueueCounterDir_;
 };
 
-class AllIntfQueueCounterPtrDir::NotifieeConst : public Zon::CollectionNotifiee<AllIntfQueueCounterPtrDir, Orvet::IntfId> {
+class AllIntfQueueCounterPtrDir::NotifieeConst
+  : public Zon::CollectionNotifiee<AllIntfQueueCounterPtrDir, Orvet::IntfId> {
  public:
   virtual void onIntfQueueCounterDir(Orvet::IntfId) {}
   virtual void onIntfQueueCounterDirzonImmediate() {}
   virtual void onIntfQueueCounterDir() {}
 
   static constexpr Zon::CollectionCallbacks<NotifieeConst, Orvet::IntfId> zonCollection{
-      258, &NotifieeConst::onIntfQueueCounterDir, &NotifieeConst::onIntfQueueCounterDirzonImmediate, &NotifieeConst::onIntfQueueCounterDir};
+      258, &NotifieeConst::onIntfQueueCounterDir, &NotifieeConst::onIntfQueueCounterDirzonImmediate,
+      &NotifieeConst::onIntfQueueCounterDir};
 };
 
 class AllIntfQueueCounterPtrDir::Notifiee : public Zon::NotifieeOf<AllIntfQueueCounterPtrDir> {};

@@ -22,8 +22,7 @@ class IntfStatus : public Zon::PlatformEntity<IntfStatus> {
  public:
   class NotifieeConst;
   class Notifiee;
-  class ZonForwardingModelInputs final
-      : public Zon::ValueEntry<ZonForwardingModelInputs, Zon::String8, std::int32_t> {
+  class ZonForwardingModelInputs final : public Zon::ValueEntry<ZonForwardingModelInputs, Zon::String8, std::int32_t> {
    public:
     using ValueEntry::ValueEntry;
   };

@@ -4,14 +4,14 @@
 /// `Pelto::ShmemMan`: a collection of named counter blocks in one shared-memory object.
 ///
 /// Guarantees
-///   A  A block has 64 bytes, aligned to 64 and zero at birth. Its address never changes while the manager
-///   lives. B  Nothing frees a block: it outlives the manager, in a named object the process too. C  Other
-///   processes that open the name see every complete block and share its bytes; looking up takes no lock and
+///   A  A block has 64 bytes, aligned to 64 and zero at birth. Its address never changes while the manager lives.
+///   B  Nothing frees a block: it outlives the manager, in a named object the process too.
+///   C  Other processes that open the name see every complete block and share its bytes; looking up takes no lock and
 ///      allocates nothing once a block is known.
 ///   D  Several processes may create at once, and one may be killed while it does: each name gets one block.
-///   E  Exhaustion is a range exception naming manager and block; nothing is lost and a later call may
-///   succeed. F  An object that is damaged when opened is refused; damage that comes later ends what is seen
-///   of it. G  Not for several threads: one thread calls everything.
+///   E  Exhaustion is a range exception naming manager and block; nothing is lost and a later call may succeed.
+///   F  An object that is damaged when opened is refused; damage that comes later ends what is seen of it.
+///   G  Not for several threads: one thread calls everything.
 ///
 /// Use
 ///

@@ -5,8 +5,7 @@
 ///
 /// Guarantees
 ///   A  The whole capacity is mapped once, at construction: growing the object moves nothing.
-///   B  What an object says about itself is checked when it is opened; one with another magic, version, size
-///   or
+///   B  What an object says about itself is checked when it is opened; one with another magic, version, size or
 ///      impossible numbers is refused by a range exception and left alone.
 ///   C  An object is either empty or has a complete header, whenever a maker is killed.
 ///   D  Space is allocated before it is written: no later write fails for want of memory.

@@ -61,8 +61,7 @@ TEST(Exception, OpNotSupportedNamesAttributeAndOperation) {
   EXPECT_EQ(exception.attribute(), "configIn");
   EXPECT_EQ(exception.opId(), 128U);
   EXPECT_TRUE(exception.flag());
-  EXPECT_STREQ(OpNotSupportedException("x", 4294967295U, false).what(),
-               "x: operation 4294967295 not supported");
+  EXPECT_STREQ(OpNotSupportedException("x", 4294967295U, false).what(), "x: operation 4294967295 not supported");
 }
 
 TEST(ExceptionIdBitArray, KeepsEachIdByItself) {
@@ -102,8 +101,7 @@ TEST(Expect, HandsTheTextOfWhateverIsThrownToTheHandler) {
 }
 
 TEST(Expect, LetsOutWhatTheHandlerThrows) {
-  EXPECT_THROW(Expect(0).run([] { throw 1; }, [](char const*) { throw std::logic_error("second"); }),
-               std::logic_error);
+  EXPECT_THROW(Expect(0).run([] { throw 1; }, [](char const*) { throw std::logic_error("second"); }), std::logic_error);
 }
 
 TEST(Expect, NestsWithoutMixingTexts) {

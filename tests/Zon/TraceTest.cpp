@@ -18,7 +18,7 @@ TraceHandle const early("TraceTest.early", true);
 
 /// Collects lines as `facility/level text`, and puts everything back at the end.
 class TraceTest : public testing::Test {
-protected:
+ protected:
   TraceTest() {
     Zon::traceSinkIs([this](TraceRecord const& record) {
       seen += (record.facility + "/" + std::to_string(record.level) + " " + record.text + "|").stdString();
@@ -82,8 +82,7 @@ TEST_F(TraceTest, LevelsAreIndependentFrom0To31) {
 TEST_F(TraceTest, TheRecordCarriesEverything) {
   TraceHandle const handle("TraceTest.record", true);
   handle.levelIs(8, true);
-  Zon::trace(handle, 8, "VaroIntf", 159, "handle",
-             [](std::ostream& out) { out << "pi " << 3.14159265358979; });
+  Zon::trace(handle, 8, "VaroIntf", 159, "handle", [](std::ostream& out) { out << "pi " << 3.14159265358979; });
   EXPECT_EQ(last.facility, "TraceTest.record");
   EXPECT_EQ(last.name, "<unknown>");
   EXPECT_EQ(last.text, "pi 3.14159265359");
@@ -136,8 +135,7 @@ TEST_F(TraceTest, WhatASinkThrowsIsSwallowed) {
 TEST_F(TraceTest, WhatBuildingALineThrowsIsSwallowedAndDropsTheLine) {
   TraceHandle const handle("TraceTest.building", true);
   handle.levelIs(1, true);
-  EXPECT_NO_THROW(
-      Zon::trace(handle, 1, "f", 1, "g", [](std::ostream&) { throw std::runtime_error("text"); }));
+  EXPECT_NO_THROW(Zon::trace(handle, 1, "f", 1, "g", [](std::ostream&) { throw std::runtime_error("text"); }));
   line(handle, 1, "next");
   EXPECT_EQ(seen, "TraceTest.building/1 next|");
 }
