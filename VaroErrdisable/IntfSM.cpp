@@ -86,7 +86,8 @@ void IntfSM::handleStateChange() {
   using Interface::IntfEnabledState;
   // The first write calls watchers, which may replace or drop any input, and this machine: everything that is needed
   // is read before it, and the configuration is held.
-  Interface::IntfConfig* const config = required(zonWatched(intfConfig_), "intfConfig");
+  Interface::IntfConfig* const config =
+      required(required(intfConfig_.ptr(), "intfConfig")->zonTypedNotifier(), "intfConfig");
   Zon::Hold const configHeld(*config);
   Interface::IntfStatus const* const status = zonWatched(intfStatus_);
   if (status != nullptr && !status->active()) {

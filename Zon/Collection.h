@@ -22,6 +22,7 @@
 ///     };
 ///     void PortDir::portIs(Ptr<Port> const& port) { port_.set(*this, port); }
 
+#include <concepts>
 #include <type_traits>
 #include <utility>
 
@@ -47,7 +48,7 @@ class ValueEntry : public PtrInterface, public HashMapLink<E> {
     if (value_ == value) {
       return false;
     }
-    std::swap(value_, value);
+    std::ranges::swap(value_, value);
     return true;
   }
 

@@ -24,6 +24,7 @@
 ///       mutable Zon::WatcherList<NotifieeConst> zonNotifiees_;
 ///     };
 
+#include <concepts>
 #include <utility>
 
 #include "Zon/Entity.h"
@@ -139,7 +140,7 @@ class Watched : public Base {
     if (stored == value) {
       return;
     }
-    std::swap(stored, value);
+    std::ranges::swap(stored, value);
     zonTell<id>([](auto& watcher) { (watcher.*callback)(); });
   }
 };

@@ -65,6 +65,7 @@ class Ptr {
   explicit operator bool() const noexcept { return object_ != nullptr; }
 
   void swap(Ptr& other) noexcept { std::swap(object_, other.object_); }
+  friend void swap(Ptr& a, Ptr& b) noexcept { a.swap(b); }
 
   /// Wraps a reference that the caller already owns; `newPtr` is its only regular user.
   static Ptr zonAdopt(T* object) noexcept {

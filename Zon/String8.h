@@ -65,6 +65,7 @@ class StringN<unsigned char> {
   ~StringN();
 
   void swap(StringN& other) noexcept { std::swap(data_, other.data_); }
+  friend void swap(StringN& a, StringN& b) noexcept { a.swap(b); }
 
   /// All parts, one after the other, in a single allocation.
   static StringN concat(std::initializer_list<std::string_view> parts);
@@ -186,7 +187,8 @@ inline std::string_view StringN<unsigned char>::view() const noexcept {
 }
 
 inline bool StringN<unsigned char>::equalBytes(StringN const& a, StringN const& b) noexcept {
-  return a.length() == b.length() && a.view() == b.view();
+  // A string without data is empty; one with data is not.
+  return a.data_ != nullptr && b.data_ != nullptr && a.length() == b.length() && a.view() == b.view();
 }
 
 inline std::uint32_t StringN<unsigned char>::reversedHash() const noexcept {

@@ -12,6 +12,10 @@ Status::Status(Zon::Name name) : PlatformEntity(std::move(name)) {}
 Status::~Status() = default;
 
 Zon::Ptr<Status::ZonErrdisabledIntf> Status::errdisabledIntf(Orvet::IntfId const& intfId) {
+  // The usual answer, asked for at every evaluation of an interface: none is error-disabled.
+  if (errdisabledIntf_.members() == 0) {
+    return {};
+  }
   return errdisabledIntf_.find(intfId);
 }
 
