@@ -72,6 +72,7 @@ int LiveCommand::run() {
   }
   // Where only a moment was asked for, its table has been printed; JSON is one document, at the end.
   if (isShown_ && (options_.goesOn() || options_.isJson)) {
+    out_.write(options_.isFollowing && !options_.isJson ? "\n" : "");
     show();
   }
   return status_;
@@ -125,6 +126,7 @@ void LiveCommand::changed() {
 void LiveCommand::note(std::string const& text) {
   if (options_.isFollowing) {
     report_.remark(timeText(WallClock::now()), text);
+    out_.flush();
   }
 }
 

@@ -1,0 +1,66 @@
+#include "host/ErrdisableList.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+using VaroHost::ErrdisableList;
+
+namespace {
+
+/// The entries as "name=reason;", or the complaints as "line:column: reason;".
+std::string parsed(std::string_view text) {
+  auto const list = ErrdisableList::parse(text);
+  std::string result;
+  for (auto const& [name, reason] : list.entries) {
+    result += name + "=" + reason + ";";
+  }
+  for (auto const& complaint : list.complaints) {
+    result += std::to_string(complaint.line) + ":" + std::to_string(complaint.column) + ": " + complaint.reason + ";";
+  }
+  return result;
+}
+
+}  // namespace
+
+TEST(ErrdisableList, AnEmptyTextListsNothing) {
+  EXPECT_EQ(parsed(""), "");
+  EXPECT_EQ(parsed("\n  \n\t\n"), "");
+}
+
+TEST(ErrdisableList, TheReasonReachesToTheEndOfItsLine) {
+  EXPECT_EQ(parsed("eth0 bpduguard\neth1\t \tstorm control  \r\neth2 x"), "eth0=bpduguard;eth1=storm control;eth2=x;");
+}
+
+TEST(ErrdisableList, CommentsAreLeftOut) { EXPECT_EQ(parsed("# nothing here\neth0 why # not\n"), "eth0=why # not;"); }
+
+TEST(ErrdisableList, OneBadLineLeavesNoEntries) {
+  EXPECT_EQ(parsed("eth0 fine\neth1\n"), "2:5: no reason after \"eth1\";");
+  EXPECT_EQ(parsed("eth0 fine\n eth1 blank\n"), "2:1: the line begins with a blank; write interface, blank, reason;");
+}
+
+TEST(ErrdisableList, EachBadLineIsNamed) {
+  EXPECT_EQ(parsed("eth0\neth1 a\neth1 b\n"), "1:5: no reason after \"eth0\";3:1: \"eth1\" stands twice;");
+}
+
+TEST(ErrdisableList, ComplaintsEnd) {
+  std::string text;
+  for (int at = 0; at < 1000; ++at) {
+    text += "x\n";
+  }
+  EXPECT_EQ(ErrdisableList::parse(text).complaints.size(), ErrdisableList::maxComplaints);
+}
+
+TEST(ErrdisableList, BinaryIsRefusedAtItsFirstByte) {
+  EXPECT_EQ(parsed(std::string_view("eth0 a\0b\n", 9)), "1:7: control character \\x00;");
+  EXPECT_EQ(parsed("eth0 a\xff\n"), "1:7: byte \\xff is not UTF-8;");
+  EXPECT_EQ(parsed("eth0 \x1b[31m\n"), "1:6: control character \\x1b;");
+}
+
+TEST(ErrdisableList, Utf8IsFine) { EXPECT_EQ(parsed("eth0 l\xc3\xa4rm\n"), "eth0=l\xc3\xa4rm;"); }
+
+TEST(ErrdisableList, LongNamesAndReasonsAreRefused) {
+  EXPECT_EQ(parsed(std::string(255, 'n') + " r"), std::string(255, 'n') + "=r;");
+  EXPECT_EQ(parsed(std::string(1U << 20U, 'n') + " r"), "1:1: the name has 1048576 bytes, at most 255 are allowed;");
+  EXPECT_EQ(parsed("eth0 " + std::string(1025, 'r')), "1:6: the reason has 1025 bytes, at most 1024 are allowed;");
+}

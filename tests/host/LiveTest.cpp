@@ -1,0 +1,336 @@
+#include <cstdio>
+#include <map>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include "HostProcess.h"
+#include "NetworkNamespace.h"
+#include "host/LinkMonitor.h"
+
+// Each test runs the program in a namespace of its own with the pair a0 - a1 and compares with what `ip` sees.
+
+namespace {
+
+class Live : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (std::string const reason = NetworkNamespace::enter(); !reason.empty()) {
+      if (NetworkNamespace::isRequired()) {
+        FAIL() << reason;
+      }
+      GTEST_SKIP() << reason;
+    }
+    ip("link add name a0 type veth peer name a1");
+    ip("link set a0 up");
+    ip("link set a1 up");
+  }
+
+  static void ip(std::string const& arguments) { NetworkNamespace::ip(arguments); }
+
+  /// Waits until the kernel shows the link up or down.
+  static bool becomes(std::string const& name, bool up) {
+    for (int attempt = 0; attempt < 6000; ++attempt) {
+      if (NetworkNamespace::isUp(name) == up) {
+        return true;
+      }
+      ::usleep(10000);
+    }
+    return false;
+  }
+
+  ScratchDirectory scratch_;
+};
+
+nlohmann::json interfaceNamed(std::string const& document, std::string const& name) {
+  // Changes may stand before the document that closes the output.
+  std::size_t const start = document.find("{\n");
+  auto const parsed = nlohmann::json::parse(document.substr(start));
+  for (auto const& entry : parsed["ietf-interfaces:interfaces"]["interface"]) {
+    if (entry["name"] == name) {
+      return entry;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+TEST_F(Live, TheTableShowsWhatTheKernelHas) {
+  ip("link set a1 down");
+  auto const result = runHost({"live"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  EXPECT_NE(result.out.find("Interface  Admin     Oper              Active  State     Reason\n"), std::string::npos)
+      << result.out;
+  EXPECT_NE(result.out.find("a1         disabled  down              yes     disabled  admin\n"), std::string::npos)
+      << result.out;
+  EXPECT_NE(result.out.find("3 interfaces: "), std::string::npos) << result.out;
+}
+
+TEST_F(Live, JsonAgreesWithTheKernel) {
+  auto const result = runHost({"live", "--json"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  auto const shown = interfaceNamed(result.out, "a0");
+  auto const kernel = NetworkNamespace::link("a0");
+  EXPECT_EQ(shown["if-index"], kernel["ifindex"]);
+  EXPECT_EQ(shown["admin-status"], "up");
+  EXPECT_EQ(shown["oper-status"], "up");
+  EXPECT_EQ(kernel["operstate"], "UP");
+  EXPECT_EQ(shown["enabled"], true);
+  EXPECT_EQ(shown["type"], "iana-if-type:ethernetCsmacd");
+  EXPECT_EQ(shown["varo:active"], true);
+  EXPECT_EQ(interfaceNamed(result.out, "lo")["type"], "iana-if-type:softwareLoopback");
+}
+
+TEST_F(Live, LinksThatGoDownAndComeUpAreFollowed) {
+  HostProcess process({"live", "--follow"});
+  ASSERT_TRUE(process.waitFor("3 interfaces: "));
+  ip("link set a1 down");
+  EXPECT_TRUE(process.waitFor("a1: enabled -> disabled (admin)\n"));
+  EXPECT_TRUE(process.waitFor("a0: enabled -> disabled (inactive)\n"));
+  ip("link set a1 up");
+  EXPECT_TRUE(process.waitForMatch("a1: disabled \\((admin|inactive)\\) -> enabled\n"));
+  EXPECT_TRUE(process.waitFor("a0: disabled (inactive) -> enabled\n"));
+  process.signal(SIGINT);
+  EXPECT_EQ(process.finish(), 0) << process.err();
+}
+
+TEST_F(Live, LinksThatComeGoAndChangeTheirNameAreFollowed) {
+  HostProcess process({"live", "--follow"});
+  ASSERT_TRUE(process.waitFor("3 interfaces: "));
+  ip("link add name b0 type veth peer name b1");
+  EXPECT_TRUE(process.waitFor("b0: added\n"));
+  ip("link set b0 name c0");
+  EXPECT_TRUE(process.waitFor("b0: renamed to c0\n"));
+  ip("link add name b0 type veth peer name d1");
+  EXPECT_TRUE(process.waitFor("b0: added\n", process.out().size()));
+  ip("link delete dev c0");
+  EXPECT_TRUE(process.waitFor("c0: removed\n"));
+  EXPECT_TRUE(process.waitFor("b1: removed\n"));
+  process.signal(SIGTERM);
+  EXPECT_EQ(process.finish(), 0) << process.err();
+  std::string const last = process.out().substr(process.out().rfind("Interface  "));
+  EXPECT_EQ(last.find("c0"), std::string::npos) << last;
+  EXPECT_NE(last.find("\nb0 "), std::string::npos) << last;
+  EXPECT_NE(last.find("5 interfaces: "), std::string::npos) << last;
+}
+
+TEST_F(Live, APortThatLeavesItsBridgeStays) {
+  try {
+    ip("link add name br0 type bridge");
+  } catch (std::exception const& error) {
+    GTEST_SKIP() << error.what();
+  }
+  ip("link set a0 master br0");
+  HostProcess process({"live", "--follow"});
+  ASSERT_TRUE(process.waitFor("4 interfaces: "));
+  ip("link set a0 nomaster");
+  ip("link set a1 down");
+  EXPECT_TRUE(process.waitFor("a1: enabled -> disabled (admin)\n"));
+  process.signal(SIGINT);
+  EXPECT_EQ(process.finish(), 0);
+  EXPECT_EQ(process.out().find("removed"), std::string::npos) << process.out();
+}
+
+TEST_F(Live, AnErrdisabledInterfaceIsSetDownAndRecovers) {
+  std::string const file = scratch_.write("errdisable", "");
+  HostProcess process({"live", "--follow", "--enforce", "--errdisable", file});
+  ASSERT_TRUE(process.waitFor("3 interfaces: "));
+  scratch_.write("errdisable", "a0 bpduguard\n");
+  EXPECT_TRUE(process.waitFor("a0: enabled -> disabled (bpduguard)\n"));
+  EXPECT_TRUE(process.waitFor("a0: set down (bpduguard)\n"));
+  EXPECT_TRUE(becomes("a0", false));
+  EXPECT_TRUE(NetworkNamespace::isUp("a1"));
+  EXPECT_TRUE(process.waitFor("a1: enabled -> disabled (inactive)\n")) << "its peer sees the link go";
+  scratch_.write("errdisable", "");
+  EXPECT_TRUE(process.waitFor("a0: disabled (bpduguard) -> enabled\n"));
+  EXPECT_TRUE(process.waitFor("a0: set up again\n"));
+  EXPECT_TRUE(becomes("a0", true));
+  EXPECT_TRUE(process.waitFor("a1: disabled (inactive) -> enabled\n"));
+  process.signal(SIGINT);
+  EXPECT_EQ(process.finish(), 0) << process.err();
+  EXPECT_EQ(process.out().find("a0: enabled -> disabled (admin)"), std::string::npos);
+  EXPECT_EQ(process.out().find("somebody else"), std::string::npos);
+}
+
+TEST_F(Live, SetUpBySomebodyElseItIsSetDownAgain) {
+  std::string const file = scratch_.write("errdisable", "a0 udld\n");
+  HostProcess process({"live", "--follow", "--enforce", "--errdisable", file});
+  ASSERT_TRUE(process.waitFor("a0: set down (udld)\n"));
+  ASSERT_TRUE(becomes("a0", false));
+  // The host has heard the echo of its own act once it has heard of what came after it.
+  ip("link add name b0 type veth peer name b1");
+  ASSERT_TRUE(process.waitFor("b0: added\n"));
+  ip("link set a0 up");
+  EXPECT_TRUE(process.waitFor("a0: was set up by somebody else while error-disabled, setting it down again\n"));
+  EXPECT_TRUE(becomes("a0", false));
+  process.signal(SIGINT);
+  EXPECT_EQ(process.finish(), 0) << process.err();
+  EXPECT_TRUE(NetworkNamespace::isUp("a0")) << "released at the end";
+}
+
+TEST_F(Live, WhatIsHeldIsReleasedAtTheEnd) {
+  std::string const file = scratch_.write("errdisable", "a0 udld\n");
+  for (int const number : {SIGINT, SIGTERM, SIGHUP}) {
+    HostProcess process({"live", "--follow", "--enforce", "--errdisable", file});
+    ASSERT_TRUE(process.waitFor("a0: set down (udld)\n"));
+    ASSERT_FALSE(NetworkNamespace::isUp("a0"));
+    process.signal(number);
+    EXPECT_EQ(process.finish(), 0) << process.err();
+    EXPECT_TRUE(NetworkNamespace::isUp("a0"));
+  }
+}
+
+TEST_F(Live, WhatIsHeldIsReleasedWhenTheReaderGoes) {
+  std::string const file = scratch_.write("errdisable", "a0 udld\n");
+  HostProcess process({"live", "--follow", "--enforce", "--errdisable", file});
+  ASSERT_TRUE(process.waitFor("a0: set down (udld)\n"));
+  process.closeOutput();
+  ip("link set a1 down");
+  EXPECT_EQ(process.finish(), 0) << process.err();
+  EXPECT_TRUE(NetworkNamespace::isUp("a0"));
+}
+
+TEST_F(Live, LeaveDownKeepsItDown) {
+  std::string const file = scratch_.write("errdisable", "a0 udld\n");
+  auto const result = runHost({"live", "--duration", "0.3", "--enforce", "--leave-down", "--errdisable", file});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_FALSE(NetworkNamespace::isUp("a0"));
+}
+
+TEST_F(Live, WithoutEnforceNothingIsChanged) {
+  std::string const file = scratch_.write("errdisable", "a0 udld\n");
+  auto const result = runHost({"live", "--duration", "0.3", "--errdisable", file});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.out.find("disabled  udld"), std::string::npos) << result.out;
+  EXPECT_TRUE(NetworkNamespace::isUp("a0"));
+}
+
+TEST_F(Live, ALinkThatWasDownStaysDown) {
+  ip("link set a0 down");
+  std::string const file = scratch_.write("errdisable", "a0 udld\n");
+  auto const result = runHost({"live", "--duration", "0.3", "--enforce", "--errdisable", file});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_FALSE(NetworkNamespace::isUp("a0"));
+  EXPECT_EQ(result.out.find("set down ("), std::string::npos) << result.out;
+}
+
+TEST_F(Live, TheErrdisableFileMayBeReplacedDeletedAndMadeAgain) {
+  std::string const file = scratch_.file("errdisable");
+  HostProcess process({"live", "--follow", "--errdisable", file});
+  ASSERT_TRUE(process.waitForError(file + ": does not exist"));
+  ASSERT_TRUE(process.waitFor("3 interfaces: "));
+  scratch_.write("errdisable", "a0 created\n");
+  EXPECT_TRUE(process.waitFor("a0: enabled -> disabled (created)\n"));
+  scratch_.write("next", "a0 replaced\n");
+  ASSERT_EQ(std::rename(scratch_.file("next").c_str(), file.c_str()), 0);
+  EXPECT_TRUE(process.waitFor("a0: disabled (created) -> disabled (replaced)\n"));
+  ASSERT_EQ(::unlink(file.c_str()), 0);
+  EXPECT_TRUE(process.waitFor("a0: disabled (replaced) -> enabled\n"));
+  scratch_.write("errdisable", "a0 again\n");
+  EXPECT_TRUE(process.waitFor("a0: enabled -> disabled (again)\n"));
+  process.signal(SIGINT);
+  EXPECT_EQ(process.finish(), 0) << process.err();
+}
+
+TEST_F(Live, ALinkedErrdisableFileIsWatchedAtBothEnds) {
+  std::string const file = scratch_.file("errdisable");
+  scratch_.write("first", "a0 first\n");
+  scratch_.write("second", "a0 second\n");
+  ASSERT_EQ(::symlink("first", file.c_str()), 0);
+  HostProcess process({"live", "--follow", "--errdisable", file});
+  ASSERT_TRUE(process.waitFor("3 interfaces: "));
+  scratch_.write("first", "a0 first again\n");
+  EXPECT_TRUE(process.waitFor("a0: disabled (first) -> disabled (first again)\n"));
+  ASSERT_EQ(::symlink("second", scratch_.file("link").c_str()), 0);
+  ASSERT_EQ(std::rename(scratch_.file("link").c_str(), file.c_str()), 0);
+  EXPECT_TRUE(process.waitFor("a0: disabled (first again) -> disabled (second)\n"));
+  process.signal(SIGINT);
+  EXPECT_EQ(process.finish(), 0) << process.err();
+}
+
+TEST_F(Live, ABadErrdisableFileIsReportedAndTheOldContentStays) {
+  std::string const file = scratch_.write("errdisable", "a0 good\n");
+  HostProcess process({"live", "--follow", "--errdisable", file});
+  ASSERT_TRUE(process.waitFor("3 interfaces: "));
+  for (std::string const& bad : {std::string("a1\n"), std::string("a1 x\0y\n", 7), std::string("a1 \xff\n"),
+                                 std::string(1U << 20U, 'n') + " r\n", std::string("a1 x\na1 y\n")}) {
+    std::size_t const before = process.err().size();
+    scratch_.write("errdisable", bad);
+    ASSERT_TRUE(process.waitForError("stays in force\n", before));
+    EXPECT_NE(process.err().find(file + ":", before), std::string::npos) << process.err().substr(before);
+  }
+  scratch_.write("errdisable", "a0 better\n");
+  EXPECT_TRUE(process.waitFor("a0: disabled (good) -> disabled (better)\n"));
+  process.signal(SIGINT);
+  EXPECT_EQ(process.finish(), 1);
+}
+
+TEST_F(Live, AnErrdisableFileThatCannotBeWatchedIsTrouble) {
+  auto const result = runHost({"live", "--errdisable", "/nonexistent/dir/file"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err, "varo-host: cannot watch the directory /nonexistent/dir: No such file or directory\n");
+}
+
+TEST_F(Live, ADirectoryInTheErrdisableFilesPlaceIsRefused) {
+  auto const result = runHost({"live", "--errdisable", "/tmp"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("/tmp: not a regular file"), std::string::npos) << result.err;
+}
+
+// The monitor itself, with a receive buffer that overflows.
+
+namespace {
+
+class Recorder : public VaroHost::LinkMonitor::Listener {
+ public:
+  void onLink(VaroHost::Link const& link) override { links[link.index] = link.name; }
+  void onLinkGone(int index) override { links.erase(index); }
+  void onOverrun() override { ++overruns; }
+  void onSynchronized() override { ++synchronizations; }
+
+  std::map<int, std::string> links;
+  int overruns = 0;
+  int synchronizations = 0;
+};
+
+std::map<int, std::string> kernelLinks() {
+  std::map<int, std::string> links;
+  for (auto const& link : nlohmann::json::parse(NetworkNamespace::ip("-j link show"))) {
+    links[link["ifindex"]] = link["ifname"];
+  }
+  return links;
+}
+
+}  // namespace
+
+TEST_F(Live, AfterAnOverrunAllLinksAreReadAgain) {
+  asio::io_context loop;
+  Recorder recorder;
+  VaroHost::LinkMonitor monitor(loop, recorder, 2048);
+  monitor.start();
+  while (recorder.synchronizations == 0) {
+    loop.run_one();
+  }
+  EXPECT_EQ(recorder.links, kernelLinks());
+
+  // Nobody reads meanwhile: the kernel has to drop messages.
+  std::string batch;
+  for (int at = 0; at < 40; ++at) {
+    std::string const number = std::to_string(at);
+    batch += "link add name x" + number + " type veth peer name y" + number + "\n";
+    batch += "link set x" + number + " up\nlink set y" + number + " up\n";
+  }
+  batch += "link delete dev a0\nlink delete dev x7\nlink set x8 down\nlink set x8 name z8\n";
+  ip("-batch " + scratch_.write("batch", batch));
+  while (recorder.synchronizations < 2) {
+    loop.run_one();
+  }
+  EXPECT_GE(recorder.overruns, 1);
+  while (loop.poll_one() != 0) {
+  }
+  EXPECT_EQ(recorder.links, kernelLinks());
+}

@@ -1,0 +1,79 @@
+#pragma once
+
+/// \file
+/// A network namespace for one test: the calling process and what it starts live in it.
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+#include <sched.h>
+#include <unistd.h>
+
+class NetworkNamespace {
+ public:
+  /// Enters a new namespace; on failure the reason, else empty.
+  static std::string enter() {
+    if (::unshare(CLONE_NEWNET) == 0) {
+      return check();
+    }
+    uid_t const user = ::getuid();
+    gid_t const group = ::getgid();
+    if (::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
+      return std::string("network namespaces are not permitted here: ") + std::strerror(errno);
+    }
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
+    std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
+    return check();
+  }
+
+  static bool isRequired() {
+    char const* const value = std::getenv("CI");
+    return value != nullptr && std::string_view(value) == "true";
+  }
+
+  /// Runs `ip` with these arguments. Errors: throws when it fails.
+  static std::string ip(std::string const& arguments) {
+    std::string text;
+    FILE* const pipe = ::popen(("PATH=$PATH:/sbin:/usr/sbin ip " + arguments + " 2>&1").c_str(), "r");
+    char buffer[4096];
+    while (std::size_t const got = std::fread(buffer, 1, sizeof buffer, pipe)) {
+      text.append(buffer, got);
+    }
+    if (::pclose(pipe) != 0) {
+      throw std::runtime_error("ip " + arguments + ": " + text);
+    }
+    return text;
+  }
+
+  static nlohmann::json link(std::string const& name) {
+    return nlohmann::json::parse(ip("-j link show dev " + name)).at(0);
+  }
+  static bool isUp(std::string const& name) {
+    nlohmann::json const shown = link(name);
+    for (auto const& flag : shown.at("flags")) {
+      if (flag == "UP") {
+        return true;
+      }
+    }
+    return false;
+  }
+
+ private:
+  static std::string check() {
+    try {
+      ip("link add name probe0 type veth peer name probe1");
+      ip("link delete dev probe0");
+    } catch (std::exception const& error) {
+      return std::string("veth pairs cannot be made here: ") + error.what();
+    }
+    return "";
+  }
+};
