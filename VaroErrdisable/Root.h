@@ -15,6 +15,7 @@
 ///     root->allIntfSMIs(activity, intfConfigDir, intfStatusDir, errdisableStatus);
 
 #include "VaroErrdisable/AllIntfSM.h"
+#include "VaroErrdisable/VaroErrdisableIntf.h"
 #include "Zon/Entity.h"
 
 namespace VaroErrdisable {

@@ -21,6 +21,7 @@
 #include "VaroIntf/AllIntfQueueCounterReactor.h"
 #include "VaroIntf/AllIntfReactor.h"
 #include "VaroIntf/AllIntfStatusDirSm.h"
+#include "VaroIntf/VaroIntf.h"
 #include "Zon/Entity.h"
 
 namespace VaroIntf {

@@ -50,11 +50,13 @@ Ptr<ZonAttr> Entity::parentAttr() const {
   if (parent_ == nullptr) {
     return {};
   }
-  ZonType const* const type = parent_->fwkType();
-  for (unsigned i = 0; i != type->attributeQs(); ++i) {
-    Ptr<ZonAttr> const attribute = type->attributeQ(i);
-    if (attribute->attributeId() == parentAttrId_) {
-      return attribute;
+  // Of the bases too: a slice holds its entries under the attribute of directories.
+  for (Ptr<ZonType const> type = parent_->fwkType(); type; type = type->baseType()) {
+    for (unsigned i = 0; i != type->attributeQs(); ++i) {
+      Ptr<ZonAttr> const attribute = type->attributeQ(i);
+      if (attribute->attributeId() == parentAttrId_) {
+        return attribute;
+      }
     }
   }
   return {};

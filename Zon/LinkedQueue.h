@@ -58,7 +58,8 @@ class LinkedQueue {
   class Iterator;
 
   LinkedQueue() noexcept = default;
-  LinkedQueue(LinkedQueue const& other) {
+  // Delegates, so that a copy that fails half-way is released.
+  LinkedQueue(LinkedQueue const& other) : LinkedQueue() {
     for (Link const* link = other.head_; link != nullptr; link = link->next())
       append(link->held());
   }

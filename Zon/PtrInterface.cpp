@@ -5,6 +5,7 @@
 
 #include "Zon/Activity.h"
 #include "Zon/StrepTable.h"
+#include "Zon/Trace.h"
 
 namespace Zon {
 
@@ -12,6 +13,11 @@ namespace Zon {
 // PtrInterface
 
 PtrInterface::~PtrInterface() {
+#ifndef NDEBUG
+  // Somebody kept a pointer that was taken while the object was being destroyed.
+  require((zonWord() & zonPinnedBit) == 0 || zonReferences() == 0, "no reference outlives its object",
+          "Zon/PtrInterface", __LINE__, "~PtrInterface");
+#endif
   if (strepTableInUse.load(std::memory_order_relaxed)) [[unlikely]] {
     strepForget(this);
   }

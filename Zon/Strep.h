@@ -71,7 +71,11 @@ String8 valueToStrep(Ptr<X> const& pointer) {
   return valueToStrep(pointer.ptr());
 }
 
-inline String8 valueToStrep(bool value) { return value ? "true" : "false"; }
+/// Takes nothing that would only convert to `bool`, as pointers do.
+template <std::same_as<bool> Value>
+String8 valueToStrep(Value value) {
+  return value ? "true" : "false";
+}
 inline String8 valueToStrep(std::int32_t value) { return String8(std::to_string(value)); }
 inline String8 valueToStrep(std::uint32_t value) { return String8(std::to_string(value)); }
 inline String8 valueToStrep(String8 const& value) { return value; }

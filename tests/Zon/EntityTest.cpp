@@ -7,6 +7,8 @@
 
 #include "Zon/Dir.h"
 #include "Zon/ZonAttr.h"
+#include "Zon/ZonType.h"
+#include "platform/Interface/AllIntfQueueCounterDir.h"
 #include "platform/Interface/IntfConfig.h"
 #include "support/Events.h"
 
@@ -127,6 +129,17 @@ TEST(Entity, ParentAttrIsTheParentsAttributeOfThatId) {
   EXPECT_EQ(attribute->name(), "entityPtr");
   child->parentAttrIdIs(9999);
   EXPECT_EQ(child->parentAttr(), nullptr);
+}
+
+TEST(Entity, ParentAttrMayBeAnAttributeOfTheParentsBase) {
+  auto const slice = newPtr<Interface::AllIntfQueueCounterDir>("slice");
+  auto const entry = newPtr<Zon::Dir>("entry");
+  slice->entityPtrIs(entry);
+  EXPECT_EQ(entry->parentAttr(), Zon::Dir::_fwkType()->attributeQIdx("entityPtr"));
+  auto const counters = newPtr<Interface::IntfQueueCounterDir>("Ethernet1");
+  slice->intfQueueCounterDirIs(counters);
+  ASSERT_TRUE(counters->parentAttr());
+  EXPECT_EQ(counters->parentAttr()->attributeId(), 386);
 }
 
 /// Hears of an entity's parent.

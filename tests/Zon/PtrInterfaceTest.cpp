@@ -275,6 +275,18 @@ TEST(PtrInterface, TheSwitchIsAskedAtEverySingleCall) {
   Zon::VFPtrInterface::enableThreadSafePointers = false;
 }
 
+#ifndef NDEBUG
+TEST(PtrInterfaceDeathTest, APointerKeptPastTheDestructorIsReportedInDebugBuilds) {
+  static Zon::Ptr<Mortal> kept;
+  EXPECT_DEATH(
+      {
+        Events events;
+        Zon::newPtr<Mortal>(events)->actDying = [](Mortal& dying) { kept = &dying; };
+      },
+      "no reference outlives its object");
+}
+#endif
+
 TEST(PtrInterface, AuditsFindNoErrors) {
   Events events;
   Zon::Ptr<Mortal> const mortal = Zon::newPtr<Mortal>(events);

@@ -301,6 +301,7 @@ TEST(Strep, ZombiesReadAsThemselves) {
 TEST(Strep, ValuesReadBack) {
   EXPECT_EQ(valueToStrep(true), "true");
   EXPECT_EQ(valueToStrep(false), "false");
+  EXPECT_EQ(valueToStrep("plain text"), "plain text") << "a pointer is no bool";
   EXPECT_EQ(strepToValue<bool>("true"), true);
   EXPECT_EQ(strepToValue<bool>("false"), false);
   for (std::int32_t const v :

@@ -146,6 +146,16 @@ TEST(RegisteredTypes, ThePlatformsAttributes) {
   EXPECT_EQ(attributesOf("Interface::AllIntfQueueCounterDir"),
             "intfQueueCounterDir 386/32 Interface::IntfQueueCounterDir; counterShmemMan 387 Pelto::ShmemMan; "
             "statisticsShmemMan 388 Pelto::ShmemMan; ");
+  EXPECT_EQ(attributesOf("Interface::AllIntfConfigDir"),
+            "isNondestructing 6 bool; intfConfig 258/32 Interface::IntfConfig; ");
+  EXPECT_EQ(attributesOf("Interface::AllIntfStatusDir"),
+            "isNondestructing 6 bool; intfStatus 258/32 Interface::IntfStatus; ");
+  EXPECT_EQ(attributesOf("Interface::AllIntfQueueCounterPtrDir"),
+            "isNondestructing 6 bool; intfQueueCounterDir 258/32 Interface::IntfQueueCounterDir; ");
+  EXPECT_EQ(attributesOf("Interface::IntfQueueCounterDir"),
+            "isNondestructing 6 bool; intfId 258 Orvet::IntfId; intfQueueCounter 259/32 Interface::IntfQueueCounter; ");
+  EXPECT_EQ(attributesOf("Interface::IntfQueueCounter"), "isNondestructing 6 bool; ");
+  EXPECT_EQ(attributesOf("Interface::IntfEnabledState"), "");
   EXPECT_EQ(attributesOf("Orvet::IntfId"), "");
   EXPECT_EQ(attributesOf("Zon::ActivityConfig"), "");
 }
@@ -242,6 +252,14 @@ TEST(RegisteredTypes, ASliceServesTheAttributesOfADirectoryToo) {
   EXPECT_EQ(slice->attributeString(266), "entityPtr");
   EXPECT_EQ(slice->attributeString(387), "counterShmemMan");
   EXPECT_EQ(slice->attributeString(999), "unknown");
+}
+
+TEST(RegisteredTypes, AReactorsTextIsNoReferenceToADirectory) {
+  auto const reactor = newPtr<VaroIntf::AllIntfReactor>(nullptr, nullptr, nullptr, nullptr, nullptr);
+  auto const asText = Zon::valueToStrep(reactor);
+  EXPECT_EQ(Zon::strepToValue<Ptr<VaroIntf::AllIntfReactor>>(asText), reactor);
+  EXPECT_EQ(outcome([&] { return value(static_cast<bool>(Zon::strepToValue<Ptr<VaroIntf::AllIntfDir>>(asText))); }),
+            "Conversion: cannot convert \"" + asText.stdString() + "\" to VaroIntf::AllIntfDir");
 }
 
 // The walk.
