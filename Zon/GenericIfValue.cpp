@@ -6,6 +6,13 @@ namespace Zon {
 
 GenericIfAnyRef::~GenericIfAnyRef() = default;
 
+void GenericIfAnyRef::refuseModification(unsigned opId) const {
+  // Before `target()` finds a null reference: refusals have one order.
+  if (isConst_ && AttributeOp::modifies(opId)) {
+    throwConstException("attempting to modify a const instance");
+  }
+}
+
 Ptr<GenericIf> GenericIfAnyRef::target() const {
   if (!object_) {
     throwRangeException("null ValidPtr");
@@ -17,11 +24,13 @@ Ptr<GenericIf> GenericIfAnyRef::target() const {
 
 Ptr<GenericIf> GenericIfAnyRef::attributeOp(AttributeOp const& op, Ptr<GenericIf const> const& key,
                                             Ptr<GenericIf> const& value) {
+  refuseModification(op.opId());
   return target()->attributeOp(op, key, value);
 }
 
 Ptr<GenericIf> GenericIfAnyRef::attributeOpByName(String8 name, unsigned opId, Ptr<GenericIf const> const& key,
                                                   Ptr<GenericIf> const& value) {
+  refuseModification(opId);
   return target()->attributeOpByName(std::move(name), opId, key, value);
 }
 

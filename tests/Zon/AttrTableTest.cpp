@@ -301,6 +301,8 @@ TEST_F(AttrTable, ReferencesServeTheAttributesOfTheirObject) {
   EXPECT_EQ(byName(ref(Ptr<PortSm const>(port)), "initialized", Op::get), "true");
   EXPECT_EQ(byName(ref(Ptr<PortSm const>(port)), "initialized", Op::set, {}, value(true)), constText);
   EXPECT_EQ(byName(ref(Ptr<PortSm>()), "initialized", Op::get), "Range: null ValidPtr");
+  EXPECT_EQ(byName(ref(Ptr<PortSm const>()), "initialized", Op::set, {}, value(true)), constText)
+      << "const comes first";
   EXPECT_EQ(reference->attributeId("speed"), 139);
 }
 

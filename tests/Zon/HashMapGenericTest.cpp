@@ -136,6 +136,19 @@ TYPED_TEST(HashMapOperations, DeleteMemberWorksAtEveryPositionOfAChain) {
   }
 }
 
+TEST(HashMapGeneric, LaysItsCountersOutBehindTheVirtualTableAndAWordOfItsOwn) {
+  Map<Linked> map;
+  for (char const* const name : {"a", "b", "c"})
+    add(map, 5, name);
+  map.memberDel(Key{5, "a"});
+  map.memberDel(Key{5, "b"});
+  std::uint32_t words[4];
+  std::memcpy(words, reinterpret_cast<unsigned char const*>(&map) + sizeof(void*), sizeof words);
+  EXPECT_EQ(words[1], 5U) << "changes";
+  EXPECT_EQ(words[2], 1U) << "members";
+  EXPECT_EQ(words[3], 4U) << "buckets";
+}
+
 TEST(HashMapGeneric, StartsWithTheBucketsItIsGiven) {
   EXPECT_EQ(Zon::HashMapGeneric(1).zonBuckets(), 1U);
   Zon::HashMapGeneric const eight(8);

@@ -1,5 +1,7 @@
 #include "Zon/ListRaw.h"
 
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
@@ -93,6 +95,22 @@ TEST_F(ListRaw, AppendsAtTheTailAndCountsTheChange) {
   EXPECT_EQ(list.tail(), nodes[2].ptr());
   EXPECT_EQ(list.count(), 3U);
   EXPECT_EQ(list.zonModCount(), 3U);
+}
+
+TEST_F(ListRaw, LaysItsFieldsOutBehindTheVirtualTable) {
+  nodes = nodesOf("abc");
+  for (auto const& node : nodes)
+    list.append(node.ptr());
+  list.unlink(nodes[1].ptr());
+  auto const* const bytes = reinterpret_cast<unsigned char const*>(&list) + sizeof(void*);
+  std::uint32_t counters[2];
+  Node* ends[2];
+  std::memcpy(counters, bytes, sizeof counters);
+  std::memcpy(ends, bytes + sizeof counters, sizeof ends);
+  EXPECT_EQ(counters[0], 4U) << "changes";
+  EXPECT_EQ(counters[1], 2U) << "members";
+  EXPECT_EQ(ends[0], nodes[0].ptr());
+  EXPECT_EQ(ends[1], nodes[2].ptr());
 }
 
 TEST_F(ListRaw, HoldsNoReferences) {
