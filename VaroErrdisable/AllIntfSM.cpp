@@ -113,6 +113,7 @@ Zon::Ptr<IntfSM> AllIntfSM::intfSMIs(Zon::Ptr<Zon::ActivityConfig> const& activi
 Zon::Ptr<IntfSM> AllIntfSM::newIntfSM(Zon::Ptr<Zon::ActivityConfig> const& activity, Orvet::IntfId const& intfId,
                                       Zon::Ptr<Errdisable::Status> const& errdisableStatus,
                                       Zon::Ptr<Interface::IntfConfig> const& intfConfig) {
+  Zon::Ptr<AllIntfSM> const self(this);
   auto machine = IntfSM::IntfSMIs(activity, intfId, errdisableStatus, intfConfig);
   intfSM_.newMember(machine, IntfSMs::hashOf(intfId));
   return machine;
@@ -120,7 +121,10 @@ Zon::Ptr<IntfSM> AllIntfSM::newIntfSM(Zon::Ptr<Zon::ActivityConfig> const& activ
 
 Zon::Ptr<IntfSM> AllIntfSM::intfSMDel(Orvet::IntfId const& intfId) { return intfSM_.memberDel(intfId); }
 Zon::Ptr<IntfSM> AllIntfSM::intfSMDel(IntfSMIterator& at) { return intfSM_.memberDel(at); }
-void AllIntfSM::intfSMDelAll() { intfSM_.memberDelAll(); }
+void AllIntfSM::intfSMDelAll() {
+  Zon::Ptr<AllIntfSM> const self(this);
+  intfSM_.memberDelAll();
+}
 AllIntfSM::IntfSMIterator AllIntfSM::intfSMIterator() { return IntfSMIterator(intfSM_); }
 AllIntfSM::IntfSMIteratorConst AllIntfSM::intfSMIteratorConst() const { return IntfSMIteratorConst(intfSM_); }
 

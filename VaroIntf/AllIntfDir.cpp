@@ -29,13 +29,18 @@ Zon::Ptr<Child> AllIntfDir::childIs(Zon::Ptr<Child>& child, Zon::Name name, Make
     child->parentIs(nullptr);
   }
   Zon::Ptr<Child> const made = make(std::move(name));
-  child = made;
+  // Another one than was unparented above, if a watcher of that one set a name of its own. Gone before anybody is told.
+  if (Zon::Ptr<Child> const replaced = std::exchange(child, made); replaced && replaced->zonIsChildOf(this)) {
+    replaced->parentIs(nullptr);
+  }
   zonTell<id>([](NotifieeConst& watcher) { (watcher.*callback)(); });
   return made;
 }
 
 template <Zon::AttributeId id, auto callback, class Child>
 Zon::Ptr<Child> AllIntfDir::childDel(Zon::Ptr<Child>& child) {
+  // Watchers of the child hear of its lost parent and may drop this directory.
+  Zon::Ptr<AllIntfDir> const self(this);
   Zon::Ptr<Child> const removed = Zon::takeChild(child);
   if (removed) {
     zonTell<id>([](NotifieeConst& watcher) { (watcher.*callback)(); });

@@ -67,6 +67,7 @@ Zon::Ptr<IntfStatusReactor> AllIntfStatusDirSm::intfStatusReactorIs(Zon::Ptr<Int
 
 Zon::Ptr<IntfStatusReactor>
 AllIntfStatusDirSm::newIntfStatusReactor(Zon::Ptr<Interface::IntfStatus> const& intfStatus) {
+  Zon::Ptr<AllIntfStatusDirSm> const self(this);
   auto reactor = Zon::newPtr<IntfStatusReactor>(Zon::validPtr(intfStatus));
   intfStatusReactor_.newMember(reactor, IntfStatusReactors::hashOf(reactor->intfId()));
   return reactor;
@@ -80,7 +81,10 @@ Zon::Ptr<IntfStatusReactor> AllIntfStatusDirSm::intfStatusReactorDel(IntfStatusR
   return intfStatusReactor_.memberDel(at);
 }
 
-void AllIntfStatusDirSm::intfStatusReactorDelAll() { intfStatusReactor_.memberDelAll(); }
+void AllIntfStatusDirSm::intfStatusReactorDelAll() {
+  Zon::Ptr<AllIntfStatusDirSm> const self(this);
+  intfStatusReactor_.memberDelAll();
+}
 
 AllIntfStatusDirSm::IntfStatusReactorIterator AllIntfStatusDirSm::intfStatusReactorIterator() {
   return IntfStatusReactorIterator(intfStatusReactor_);

@@ -198,7 +198,10 @@ class ReactorOf : public Reactor {
       input = make(notifier);
       held.ptr()->*slot = input;
     }
-    input->zonDoZombieReactors(zonMarkedForDeletion());
+    // Reacting may have dropped the input: what was cut loose stays a zombie.
+    if (held.ptr()->*slot == input) {
+      input->zonDoZombieReactors(zonMarkedForDeletion());
+    }
   }
 
   /// The remover of a watched input; returns what it watched, or null.
