@@ -1,12 +1,14 @@
 /// \file
 /// One operation of the runtime, done COUNT times between two marks, for bench/instructions.py, which counts the
-/// instructions between them under callgrind. `InstructionsDriver OPERATION COUNT`; prints how often it was done.
+/// instructions between them under callgrind. `InstructionsDriver OPERATION COUNT`; prints how often it was done. COUNT
+/// is the number of members, watchers or interfaces.
 
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 #include <vector>
 
+#include "VaroErrdisable/Root.h"
 #include "Zon/ListRaw.h"
 #include "Zon/SnapshotIterator.h"
 #include "bench/Members.h"
@@ -65,12 +67,98 @@ class Watcher final : public Zon::PtrInterface::NotifieeConst {};
   }
 }
 
+class ConfigWatcher final : public Interface::AllIntfConfigDir::NotifieeConst {
+ public:
+  void onIntfConfig(Orvet::IntfId) override { ++calls; }
+  void onIntfConfig() override {}
+
+  std::size_t calls = 0;
+};
+
+[[gnu::noinline]] void measuredDeliver(Interface::AllIntfConfigDir& directory, std::vector<Orvet::IntfId> const& ids) {
+  for (auto const& id : ids)
+    directory.intfConfigNotify(id);
+}
+
+// What `measuredDeliver` protects, unprotected: the loop over virtual calls alone.
+[[gnu::noinline]] void measuredLoop(std::vector<Zon::Ptr<Interface::AllIntfConfigDir::NotifieeConst>> const& watchers,
+                                    std::vector<Orvet::IntfId> const& ids) {
+  for (auto const& id : ids)
+    for (auto const& watcher : watchers)
+      watcher->onIntfConfig(id);
+}
+
+/// Changes of a collection with `count` watchers; returns the callbacks, 0 when one is missing.
+std::size_t deliver(std::size_t count, bool protectedDelivery) {
+  constexpr std::size_t changes = 1000;
+  auto const ids = Bench::idsOf(changes);
+  auto const directory = Zon::newPtr<Interface::AllIntfConfigDir>("config");
+  std::vector<Zon::Ptr<Interface::AllIntfConfigDir::NotifieeConst>> watchers;
+  for (std::size_t i = 0; i < count; ++i) {
+    watchers.push_back(Zon::newPtr<ConfigWatcher>());
+    watchers.back()->notifierIs(directory);
+    watchers.back()->isRegisteredNotifieeIs(true);
+    watchers.back()->hasNotificationActiveIs(true);
+  }
+  if (protectedDelivery) {
+    measuredDeliver(*directory, ids);
+  } else {
+    measuredLoop(watchers, ids);
+  }
+  std::size_t calls = 0;
+  for (auto const& watcher : watchers)
+    calls += static_cast<ConfigWatcher const&>(*watcher).calls;
+  return calls == changes * count ? calls : 0;
+}
+
+// The flip, the decision, two writes into the configuration and their delivery.
+[[gnu::noinline]] void measuredEvent(std::vector<Zon::Ptr<Interface::IntfStatus>> const& statuses, bool active) {
+  for (auto const& status : statuses)
+    status->activeIs(active);
+}
+
+/// Flips the statuses of `count` interfaces down and up; one in sixteen is errdisabled. Returns the events, 0 when an
+/// interface ends up in a wrong state.
+std::size_t events(std::size_t count) {
+  using Interface::IntfEnabledState;
+  auto const ids = Bench::idsOf(count);
+  auto const configDir = Zon::newPtr<Interface::AllIntfConfigDir>("config");
+  auto const statusDir = Zon::newPtr<Interface::AllIntfStatusDir>("status");
+  auto const errdisabled = Zon::newPtr<Errdisable::Status>("errdisable");
+  for (std::size_t i = 0; i < count; ++i) {
+    configDir->intfConfigIs(Zon::newPtr<Interface::IntfConfig>(ids[i]));
+    statusDir->intfStatusIs(Zon::newPtr<Interface::IntfStatus>(ids[i]));
+    if (i % 16 == 3) errdisabled->errdisabledIntfIs(ids[i], "bpduguard");
+  }
+  std::vector<Zon::Ptr<Interface::IntfStatus>> statuses;
+  for (std::uint32_t const i : Bench::shuffled(count)) {
+    statuses.push_back(statusDir->intfStatus(ids[i]));
+    statuses.back()->activeIs(true);
+  }
+  auto const root = VaroErrdisable::rootFactory("errdisable");
+  root->allIntfSMIs(Zon::newPtr<Zon::ActivityConfig>(Zon::ActivityConfig::Delivery::immediate), configDir, statusDir,
+                    errdisabled);
+  measuredEvent(statuses, false);
+  measuredEvent(statuses, true);
+  for (std::size_t i = 0; i < count; ++i) {
+    auto const wanted = i % 16 == 3 ? IntfEnabledState::disabled : IntfEnabledState::enabled;
+    if (configDir->intfConfig(ids[i])->enabledStateLocal() != wanted) return 0;
+  }
+  return 2 * count;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
   std::string_view const operation = argv[1];
   std::size_t const count = std::strtoull(argv[2], nullptr, 10);
+
+  if (operation == "deliver" || operation == "loop" || operation == "event") {
+    std::size_t const done = operation == "event" ? events(count) : deliver(count, operation == "deliver");
+    std::printf("%zu\n", done);
+    return done == 0 ? 1 : 0;
+  }
 
   auto const ids = Bench::idsOf(count);
   auto const ports = Bench::portsOf(ids);

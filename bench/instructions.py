@@ -24,6 +24,9 @@ OPERATIONS = [
     ("erase", (10_000, 100_000), 60),
     ("iterate", (10_000, 100_000), 16),
     ("snapshot", (8, 64), None),
+    ("deliver", (1, 8, 64), None),
+    ("loop", (1, 8, 64), None),
+    ("event", (10_000,), 300),
 ]
 
 
@@ -31,7 +34,7 @@ def compile_driver(build: Path, folder: Path) -> Path:
     driver = folder / "driver"
     command = [os.environ.get("CXX", "g++"), "-std=c++20", "-O2", "-DNDEBUG", f"-I{ROOT}",
                str(ROOT / "bench" / "InstructionsDriver.cpp"), "-o", str(driver),
-               f"-L{build / 'lib'}", "-Wl,-z,now", f"-Wl,-rpath,{build / 'lib'}", "-lvaroplatform", "-lzon"]
+               f"-L{build / 'lib'}", "-Wl,-z,now", f"-Wl,-rpath,{build / 'lib'}", "-lvaro", "-lvaroplatform", "-lzon"]
     subprocess.run(command, check=True)
     return driver
 
@@ -51,7 +54,7 @@ def instructions(driver: Path, folder: Path, operation: str, count: int) -> floa
 def main() -> int:
     build = Path(sys.argv[1] if len(sys.argv) > 1 else ROOT / "build" / "release").resolve()
     exceeded = False
-    print(f"{'operation':<10} {'members':>8} {'instructions':>13} {'bound':>6}")
+    print(f"{'operation':<10} {'size':>8} {'instructions':>13} {'bound':>6}")
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)
         driver = compile_driver(build, folder)
