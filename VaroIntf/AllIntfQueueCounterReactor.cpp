@@ -94,6 +94,8 @@ Zon::Ptr<AllIntfQueueCounterSliceReactor>
 AllIntfQueueCounterReactor::newSliceSm(Zon::Ptr<Zon::ActivityConfig> const& activity, Zon::String8 const& sliceName,
                                        Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counterOut,
                                        Zon::Ptr<Interface::AllIntfQueueCounterDir> const& counterIn) {
+  // Watchers of the output hear of the new reactor's interfaces and may drop this one.
+  Zon::Ptr<AllIntfQueueCounterReactor> const self(this);
   auto slice =
       AllIntfQueueCounterSliceReactor::AllIntfQueueCounterSliceReactorIs(activity, sliceName, counterOut, counterIn);
   sliceSm_.newMember(slice, SliceSms::hashOf(sliceName));
@@ -108,7 +110,10 @@ Zon::Ptr<AllIntfQueueCounterSliceReactor> AllIntfQueueCounterReactor::sliceSmDel
   return sliceSm_.memberDel(at);
 }
 
-void AllIntfQueueCounterReactor::sliceSmDelAll() { sliceSm_.memberDelAll(); }
+void AllIntfQueueCounterReactor::sliceSmDelAll() {
+  Zon::Ptr<AllIntfQueueCounterReactor> const self(this);
+  sliceSm_.memberDelAll();
+}
 
 AllIntfQueueCounterReactor::SliceSmIterator AllIntfQueueCounterReactor::sliceSmIterator() {
   return SliceSmIterator(sliceSm_);

@@ -41,7 +41,11 @@ AllIntfQueueCounterSliceIntfCounterReactor::AllIntfQueueCounterSliceIntfCounterR
   }
 }
 
-AllIntfQueueCounterSliceIntfCounterReactor::~AllIntfQueueCounterSliceIntfCounterReactor() { zonTearDown(); }
+AllIntfQueueCounterSliceIntfCounterReactor::~AllIntfQueueCounterSliceIntfCounterReactor() {
+  zonTearDown();
+  // The input goes first, like in every reactor, though the slice is declared behind it.
+  intfQueueCounterDir_ = nullptr;
+}
 
 Zon::Ptr<Interface::IntfQueueCounterDir const> AllIntfQueueCounterSliceIntfCounterReactor::intfQueueCounterDir() const {
   return zonNotifier(intfQueueCounterDir_);

@@ -88,6 +88,7 @@ Zon::Ptr<AllIntfQueueCounterSliceIntfCounterReactor> AllIntfQueueCounterSliceRea
     Zon::Ptr<Zon::ActivityConfig> const& activity, Orvet::IntfId const& intfId,
     Zon::Ptr<Interface::IntfQueueCounterDir const> const& intfQueueCounterDir,
     Zon::Ptr<Interface::AllIntfQueueCounterDir> const& allIntfQueueCounterDir) {
+  Zon::Ptr<AllIntfQueueCounterSliceReactor> const self(this);
   auto leaf = AllIntfQueueCounterSliceIntfCounterReactor::AllIntfQueueCounterSliceIntfCounterReactorIs(
       activity, intfId, intfQueueCounterDir, allIntfQueueCounterDir);
   intfQueueCounterSm_.newMember(leaf, IntfQueueCounterSms::hashOf(intfId));
@@ -104,7 +105,10 @@ AllIntfQueueCounterSliceReactor::intfQueueCounterSmDel(IntfQueueCounterSmIterato
   return intfQueueCounterSm_.memberDel(at);
 }
 
-void AllIntfQueueCounterSliceReactor::intfQueueCounterSmDelAll() { intfQueueCounterSm_.memberDelAll(); }
+void AllIntfQueueCounterSliceReactor::intfQueueCounterSmDelAll() {
+  Zon::Ptr<AllIntfQueueCounterSliceReactor> const self(this);
+  intfQueueCounterSm_.memberDelAll();
+}
 
 AllIntfQueueCounterSliceReactor::IntfQueueCounterSmIterator
 AllIntfQueueCounterSliceReactor::intfQueueCounterSmIterator() {
