@@ -147,7 +147,7 @@ class CollectionNotifiee : public Base {
   }
 
  protected:
-  CollectionNotifiee() = default;
+  CollectionNotifiee() noexcept { this->zonPendingCountAt(pendingCount_); }
 
   unsigned char* zonPendingCountAddress() noexcept { return reinterpret_cast<unsigned char*>(&pendingCount_); }
 

@@ -189,11 +189,6 @@ bool PtrInterface::NotifieeConst::zonOnAttribute(AttributeId id, unsigned char* 
       ++count;
     }
     std::memcpy(pendingCount, &count, sizeof count);
-    // Remembered only if it can lie in this object: a count kept elsewhere may be gone when the dispatch clears counts.
-    auto const offset = reinterpret_cast<std::uintptr_t>(pendingCount) - reinterpret_cast<std::uintptr_t>(this);
-    if (offset <= std::numeric_limits<std::uint16_t>::max() && offset != countOffsets_[0]) {
-      (countOffsets_[0] == 0 ? countOffsets_[0] : countOffsets_[1]) = static_cast<std::uint16_t>(offset);
-    }
   }
   mergePending(id);
   if (queue_ == nullptr) {
@@ -223,6 +218,13 @@ void PtrInterface::NotifieeConst::mergePending(AttributeId id) noexcept {
   } else if (pendingId_ != id && pendingId_ != everythingChanged) {
     pendingId_ = severalAttributes;
   }
+}
+
+void PtrInterface::NotifieeConst::zonPendingCountAt(std::uint32_t& count) noexcept {
+  auto const offset = reinterpret_cast<std::uintptr_t>(&count) - reinterpret_cast<std::uintptr_t>(this);
+  require(offset <= std::numeric_limits<std::uint16_t>::max() && countOffsets_[1] == 0, "offset of a pending count",
+          "Zon/PtrInterface", __LINE__, "zonPendingCountAt");
+  (countOffsets_[0] == 0 ? countOffsets_[0] : countOffsets_[1]) = static_cast<std::uint16_t>(offset);
 }
 
 void PtrInterface::NotifieeConst::clearPending() noexcept {

@@ -234,6 +234,9 @@ class PtrInterface::NotifieeConst : public PtrInterface {
   bool zonIsQueued() const noexcept { return queue_ != nullptr; }
   /// Declares a watcher whose callbacks ask the gate.
   void zonGatedIs(bool gated) noexcept { gated_ = gated; }
+  /// Declares a pending count, so that the dispatch can clear it when it does not call this watcher.
+  /// REQUIRES: `count` is a member of this object; at most two are declared.
+  void zonPendingCountAt(std::uint32_t& count) noexcept;
 
  private:
   friend class ActivitySm;
@@ -251,8 +254,7 @@ class PtrInterface::NotifieeConst : public PtrInterface {
   NotifieeConst* queuePrevious_ = nullptr;
   NotifieeConst* queueNext_ = nullptr;
   AttributeId redeliveryId_ = 0;
-  // Where this object's pending counts lie, as offsets from `this`, once the gate has seen them; 0 is none. They let
-  // the dispatch clear the counts of a watcher it does not call.
+  // Where this object's pending counts lie, as offsets from `this`; 0 is none.
   std::uint16_t countOffsets_[2] = {0, 0};
   mutable bool registered_ = false;
   bool uncounted_ = false;

@@ -131,7 +131,8 @@ class TraceEmitter {
                    void (*write)(void* context, std::ostream& out), void* context) noexcept;
 };
 
-/// Emits one line of a facility, given by either kind of handle. `write` gets a `std::ostream` of precision 12 and is called only if the line is wanted.
+/// Emits one line of a facility, given by either kind of handle. `write` gets a `std::ostream` of precision 12 and is
+/// called only if the line is wanted.
 /// REQUIRES: `level` < 32 (asserted).
 template <class Handle, class Write>
 inline void trace(Handle const& handle, unsigned level, char const* file, int line, char const* function,

@@ -25,6 +25,7 @@ class Job final : public Zon::PtrInterface::NotifieeConst {
  public:
   Job(std::string label, Events& events, Ptr<ActivityConfig> const& activity)
     : label_(std::move(label)), events_(&events), machine_(Zon::zonActivitySmFor(activity)) {
+    zonPendingCountAt(count);
     hasNotificationActiveIs(true);
     notifierIs(newPtr<Zon::Entity>("notifier"));
   }
