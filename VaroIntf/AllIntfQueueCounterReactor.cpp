@@ -5,6 +5,7 @@
 
 #include "VaroIntf/VaroIntf.h"
 #include "Zon/AttrTable.h"
+#include "Zon/ZombieWatch.h"
 
 namespace VaroIntf {
 
@@ -162,8 +163,9 @@ void AllIntfQueueCounterReactor::handleQueueCounterDir() {
   if (!slices) {
     return;
   }
+  Zon::ZombieWatch const alive(*this);
   removeStaleEntries(*slices);
-  for (auto subdir = slices->subdirIterator(); subdir && !zonMarkedForDeletion(); subdir.advance()) {
+  for (auto subdir = slices->subdirIterator(); subdir && alive.goesOn(); subdir.advance()) {
     handleQueueCounterDir(subdir->name());
   }
 }
@@ -172,7 +174,8 @@ void AllIntfQueueCounterReactor::removeStaleEntries(Zon::Dir& slices) {
   if (!counterOut_) {
     return;
   }
-  for (auto entry = counterOut_->intfQueueCounterDirIterator(); entry && !zonMarkedForDeletion(); entry.advance()) {
+  Zon::ZombieWatch const alive(*this);
+  for (auto entry = counterOut_->intfQueueCounterDirIterator(); entry && alive.goesOn(); entry.advance()) {
     Orvet::IntfId const intfId = entry->intfId();
     if (someSliceLists(slices, intfId)) {
       continue;

@@ -6,6 +6,7 @@
 
 #include "VaroIntf/VaroIntf.h"
 #include "Zon/AttrTable.h"
+#include "Zon/ZombieWatch.h"
 
 namespace VaroIntf {
 
@@ -111,8 +112,8 @@ void AllIntfQueueCounterSliceIntfCounterReactor::handleQueueCounter() {
   });
   Zon::Ptr<AllIntfQueueCounterSliceIntfCounterReactor> const self(this);
   if (Zon::Ptr<Interface::IntfQueueCounterDir const> const counters = intfQueueCounterDir()) {
-    for (auto counter = counters->intfQueueCounterIteratorConst(); counter && !zonMarkedForDeletion();
-         counter.advance()) {
+    Zon::ZombieWatch const alive(*this);
+    for (auto counter = counters->intfQueueCounterIteratorConst(); counter && alive.goesOn(); counter.advance()) {
       handleQueueCounter(counter->name());
     }
   }

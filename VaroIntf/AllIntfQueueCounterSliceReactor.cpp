@@ -5,6 +5,7 @@
 
 #include "VaroIntf/VaroIntf.h"
 #include "Zon/AttrTable.h"
+#include "Zon/ZombieWatch.h"
 
 namespace VaroIntf {
 
@@ -140,12 +141,13 @@ void AllIntfQueueCounterSliceReactor::handleQueueCounterDir(Orvet::IntfId intfId
 
 void AllIntfQueueCounterSliceReactor::publish(Orvet::IntfId const& intfId,
                                               Zon::Ptr<Interface::IntfQueueCounterDir> const& counters) {
+  Zon::ZombieWatch const alive(*this);
   if (counterOut_) {
     counterOut_->intfQueueCounterDirIs(counters);
   }
   // Watchers of the output may have changed the slice, or dropped this reactor.
   Zon::Ptr<Interface::AllIntfQueueCounterDir> const slice = counterIn();
-  if (zonMarkedForDeletion() || !slice || slice->intfQueueCounterDir(intfId) != counters) {
+  if (!alive.goesOn() || !slice || slice->intfQueueCounterDir(intfId) != counters) {
     return;
   }
   // On no activity: what a counter reactor hears must take effect at once.
@@ -164,8 +166,8 @@ void AllIntfQueueCounterSliceReactor::handleQueueCounterDir() {
   });
   Zon::Ptr<AllIntfQueueCounterSliceReactor> const self(this);
   if (Zon::Ptr<Interface::AllIntfQueueCounterDir> const slice = counterIn()) {
-    for (auto counters = slice->intfQueueCounterDirIterator(); counters && !zonMarkedForDeletion();
-         counters.advance()) {
+    Zon::ZombieWatch const alive(*this);
+    for (auto counters = slice->intfQueueCounterDirIterator(); counters && alive.goesOn(); counters.advance()) {
       handleQueueCounterDir(counters.key());
     }
   }
