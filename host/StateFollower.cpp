@@ -34,7 +34,7 @@ class StateFollower::Watcher final : public Interface::IntfConfig::NotifieeConst
   void touch() {
     if (!isTouched_) {
       isTouched_ = true;
-      follower_.touched_.push_back(this);
+      follower_.touched_.emplace_back(this);
     }
   }
 
