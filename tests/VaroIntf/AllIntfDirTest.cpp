@@ -177,10 +177,12 @@ TEST_P(AllIntfDirHalf, AWatcherThatThrowsIsToldAndTheOthersAreStillCalled) {
   b->act = [](std::string const&) { throw std::runtime_error("b"); };
   half.set(*dir, "y");
   std::string const change = half.name;
-  EXPECT_EQ(events.take(), "a:" + change + " b:" + change + " b:exception(" + std::to_string(half.id) + ") c:" + change);
+  EXPECT_EQ(events.take(),
+            "a:" + change + " b:" + change + " b:exception(" + std::to_string(half.id) + ") c:" + change);
   b->act = [](std::string const&) { throw 7; };
   half.del(*dir);
-  EXPECT_EQ(events.take(), "a:" + change + " b:" + change + " b:exception(" + std::to_string(half.id) + ") c:" + change);
+  EXPECT_EQ(events.take(),
+            "a:" + change + " b:" + change + " b:exception(" + std::to_string(half.id) + ") c:" + change);
 }
 
 TEST_P(AllIntfDirHalf, WhatTheExceptionCallbackThrowsLeavesTheSetterButTheChangeStands) {

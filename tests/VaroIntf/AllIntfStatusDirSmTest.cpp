@@ -372,8 +372,8 @@ TEST_F(AllIntfStatusDirSmTest, AnExceptionFromAChildIsContainedAndLeavesNoChild)
 
 TEST_F(AllIntfStatusDirSmTest, DestructionReleasesChildrenThenTheDirectoryThenTheActivity) {
   auto mourned = Zon::newPtr<Mourned<StatusDir>>(events, "dir", "d");
-  auto machine = AllIntfStatusDirSm::AllIntfStatusDirSmIs(
-      Zon::newPtr<Mourned<Zon::ActivityConfig>>(events, "activity"), mourned);
+  auto machine =
+      AllIntfStatusDirSm::AllIntfStatusDirSmIs(Zon::newPtr<Mourned<Zon::ActivityConfig>>(events, "activity"), mourned);
   machine->intfStatusReactorIs(Zon::newPtr<Mourned<Interface::IntfStatus>>(events, "status", "Ethernet1"));
   mourned = nullptr;
   machine = nullptr;

@@ -49,11 +49,12 @@ TEST_F(IntfTraceLines, OfACounterThatComesAndGoes) {
             "8 VaroIntf:58 handleQueueCounter <unknown>: "
             "void VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor::handleQueueCounter(Zon::String) drops add\n");
   counters->intfQueueCounterDel("drops");
-  EXPECT_EQ(lines.take(),
-            "8 VaroIntf:53 handleQueueCounter <unknown>: "
-            "void VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor::handleQueueCounter(Zon::String)\n"
-            "8 VaroIntf:55 handleQueueCounter <unknown>: "
-            "void VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor::handleQueueCounter(Zon::String) drops delete\n");
+  EXPECT_EQ(
+      lines.take(),
+      "8 VaroIntf:53 handleQueueCounter <unknown>: "
+      "void VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor::handleQueueCounter(Zon::String)\n"
+      "8 VaroIntf:55 handleQueueCounter <unknown>: "
+      "void VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor::handleQueueCounter(Zon::String) drops delete\n");
   leaf->handleQueueCounter("");
   EXPECT_EQ(lines.take(),
             "8 VaroIntf:53 handleQueueCounter <unknown>: "
@@ -91,12 +92,11 @@ TEST_F(IntfTraceLines, OfSliceDiscovery) {
   std::string const sweep = "void VaroIntf::AllIntfQueueCounterReactor::handleQueueCounterDir()";
   std::string const slice = "void VaroIntf::AllIntfQueueCounterSliceReactor::";
   auto const f = "handleQueueCounterDir";
-  EXPECT_EQ(lines.take(),
-            line(126, f, sweep) + line(146, f, sweep + " Ethernet9 delete") + line(159, f, keyed + "a") +
-                line(179, f, keyed + "a add") + line(89, f, slice + "handleQueueCounterDir()") +
-                line(106, f, slice + "handleQueueCounterDir(Orvet::IntfId) Ethernet1 add") +
-                line(44, "handleQueueCounter",
-                     "void VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor::handleQueueCounter()"));
+  EXPECT_EQ(lines.take(), line(126, f, sweep) + line(146, f, sweep + " Ethernet9 delete") + line(159, f, keyed + "a") +
+                              line(179, f, keyed + "a add") + line(89, f, slice + "handleQueueCounterDir()") +
+                              line(106, f, slice + "handleQueueCounterDir(Orvet::IntfId) Ethernet1 add") +
+                              line(44, "handleQueueCounter",
+                                   "void VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor::handleQueueCounter()"));
   // A slice that is served already is looked at again, no more.
   slices->entityPtrNotify("a");
   EXPECT_EQ(lines.take(), line(159, f, keyed + "a") + line(179, f, keyed + "a add"));
@@ -114,8 +114,8 @@ TEST_F(IntfTraceLines, WithoutInputTheDiscoverySweepSaysOnlyThatItRuns) {
   out->intfQueueCounterDirIs(newCounters("Ethernet9"));
   TraceLines lines("VaroIntf", {8});
   auto const reactor = Discovery::AllIntfQueueCounterReactorIs(nullptr, out, nullptr);
-  EXPECT_EQ(lines.take(), line(126, "handleQueueCounterDir",
-                               "void VaroIntf::AllIntfQueueCounterReactor::handleQueueCounterDir()"));
+  EXPECT_EQ(lines.take(),
+            line(126, "handleQueueCounterDir", "void VaroIntf::AllIntfQueueCounterReactor::handleQueueCounterDir()"));
   EXPECT_EQ(idsOf(*out), "Ethernet9");
 }
 
