@@ -9,6 +9,7 @@
 #include "VaroErrdisable/AllIntfSM.h"
 #include "VaroErrdisable/IntfSM.h"
 #include "VaroErrdisable/Root.h"
+#include "VaroIntf/Agent.h"
 #include "Zon/Activity.h"
 #include "Zon/Dir.h"
 #include "Zon/Entity.h"
@@ -280,17 +281,17 @@ TEST(SlotOrder, OfWatchersOfDirectories) {
 }
 
 template <class C>
-void expectSliceWatcher() {
+Order sliceWatcherOrder() {
   Order order = dirWatcherOrder<C>();
   queueCounterDirCallbacks<C>(order)
       .template add<void()>("onCounterShmemMan", &C::onCounterShmemMan)
-      .template add<void()>("onStatisticsShmemMan", &C::onStatisticsShmemMan)
-      .expectExact();
+      .template add<void()>("onStatisticsShmemMan", &C::onStatisticsShmemMan);
+  return order;
 }
 
 TEST(SlotOrder, OfWatchersOfSlicesBehindThoseOfDirectories) {
-  expectSliceWatcher<Interface::AllIntfQueueCounterDir::NotifieeConst>();
-  expectSliceWatcher<Interface::AllIntfQueueCounterDir::Notifiee>();
+  sliceWatcherOrder<Interface::AllIntfQueueCounterDir::NotifieeConst>().expectExact();
+  sliceWatcherOrder<Interface::AllIntfQueueCounterDir::Notifiee>().expectExact();
 }
 
 TEST(SlotOrder, OfWatchersOfQueueCounterOutputs) {
@@ -301,17 +302,17 @@ TEST(SlotOrder, OfWatchersOfQueueCounterOutputs) {
 }
 
 template <class C>
-void expectCounterDirWatcher() {
-  entityWatcherOrder<C>()
-      .template add<void(Zon::Name)>("onIntfQueueCounter(key)", &C::onIntfQueueCounter)
+Order counterDirWatcherOrder() {
+  Order order = entityWatcherOrder<C>();
+  order.add<void(Zon::Name)>("onIntfQueueCounter(key)", &C::onIntfQueueCounter)
       .template add<void()>("onIntfQueueCounterzonImmediate", &C::onIntfQueueCounterzonImmediate)
-      .template add<void()>("onIntfQueueCounter()", &C::onIntfQueueCounter)
-      .expectExact();
+      .template add<void()>("onIntfQueueCounter()", &C::onIntfQueueCounter);
+  return order;
 }
 
 TEST(SlotOrder, OfWatchersOfQueueCounterDirectories) {
-  expectCounterDirWatcher<Interface::IntfQueueCounterDir::NotifieeConst>();
-  expectCounterDirWatcher<Interface::IntfQueueCounterDir::Notifiee>();
+  counterDirWatcherOrder<Interface::IntfQueueCounterDir::NotifieeConst>().expectExact();
+  counterDirWatcherOrder<Interface::IntfQueueCounterDir::Notifiee>().expectExact();
 }
 
 TEST(SlotOrder, OfWatchersOfQueueCounters) {
@@ -329,6 +330,24 @@ TEST(SlotOrder, OfNestedInputs) {
   expectInput<IntfSM::ZonIntfStatus>(statusWatcherOrder<IntfSM::ZonIntfStatus>());
 }
 
+TEST(SlotOrder, OfTheInterfaceModulesInputs) {
+  using VaroIntf::AllIntfReactor;
+  using Machine = VaroIntf::AllIntfStatusDirSm::ZonAllIntfStatusDir;
+  using Discovery = VaroIntf::AllIntfQueueCounterReactor::ZonCounterIn;
+  using Slice = VaroIntf::AllIntfQueueCounterSliceReactor::ZonCounterIn;
+  using Leaf = VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor::ZonIntfQueueCounterDir;
+  expectInput<AllIntfReactor::ZonConfigIn>(configDirWatcherOrder<AllIntfReactor::ZonConfigIn>());
+  expectInput<AllIntfReactor::ZonStatusIn>(statusDirWatcherOrder<AllIntfReactor::ZonStatusIn>());
+  expectInput<Machine>(statusDirWatcherOrder<Machine>());
+  expectInput<Discovery>(dirWatcherOrder<Discovery>());
+  expectInput<Slice>(sliceWatcherOrder<Slice>());
+  expectInput<Leaf>(counterDirWatcherOrder<Leaf>());
+}
+
+TEST(SlotOrder, OfTheReactorThatIsItselfAWatcher) {
+  expectInput<VaroIntf::IntfStatusReactor>(statusWatcherOrder<VaroIntf::IntfStatusReactor>());
+}
+
 TEST(SlotOrder, OfAnInputOnOneCollectionEndsInSlot36) {
   using VaroErrdisable::AllIntfSM;
   // Counted from 0.
@@ -338,9 +357,27 @@ TEST(SlotOrder, OfAnInputOnOneCollectionEndsInSlot36) {
 TEST(SlotOrder, OfReactors) {
   reactorOrder<VaroErrdisable::AllIntfSM>().expectExact();
   reactorOrder<VaroErrdisable::IntfSM>().expectExact();
+  reactorOrder<VaroIntf::AllIntfReactor>().expectExact();
+  reactorOrder<VaroIntf::AllIntfStatusDirSm>().expectExact();
+  reactorOrder<VaroIntf::AllIntfQueueCounterReactor>().expectExact();
+  reactorOrder<VaroIntf::AllIntfQueueCounterSliceReactor>().expectExact();
+  reactorOrder<VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor>().expectExact();
 }
 
 TEST(SlotOrder, OfTheErrdisableRoot) { entityOrder<VaroErrdisable::Root>().expectExact(); }
+
+TEST(SlotOrder, OfTheAgentAndItsDirectory) {
+  entityOrder<VaroIntf::Agent>().expectExact();
+  entityOrder<VaroIntf::AllIntfDir>().expectExact();
+}
+
+TEST(SlotOrder, OfTheDirectorysWatchers) {
+  using Watcher = VaroIntf::AllIntfDir::NotifieeConst;
+  entityWatcherOrder<Watcher>()
+      .add<void()>("onConfig", &Watcher::onConfig)
+      .add<void()>("onStatus", &Watcher::onStatus)
+      .expectExact();
+}
 
 TEST(SlotOrder, OfTheOperationsOfKeyedCollections) {
   using Operations = Zon::HashMapVTableGeneric;
