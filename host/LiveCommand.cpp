@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/Complaint.h"
 #include "host/ErrdisableList.h"
 #include "host/Text.h"
 #include "host/Trouble.h"
@@ -132,7 +133,7 @@ void LiveCommand::note(std::string const& text) {
 
 void LiveCommand::enforced(std::string const& text) {
   if (options_.isJson) {
-    fmt::print(stderr, "varo-host: {}\n", text);
+    complain("varo-host: {}\n", text);
     return;
   }
   report_.remark(timeText(WallClock::now()), text);
@@ -141,7 +142,7 @@ void LiveCommand::enforced(std::string const& text) {
 
 void LiveCommand::failed(std::string const& text) {
   out_.flush();
-  fmt::print(stderr, "varo-host: {}\n", text);
+  complain("varo-host: {}\n", text);
   status_ = ExitStatus::someFailed;
 }
 
@@ -156,7 +157,7 @@ std::optional<std::string> LiveCommand::readErrdisable() {
   int const descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
   if (descriptor < 0) {
     if (errno == ENOENT) {
-      fmt::print(stderr, "varo-host: {}: does not exist; no interface is error-disabled until it does\n", shown);
+      complain("varo-host: {}: does not exist; no interface is error-disabled until it does\n", shown);
       return "";
     }
     return refuse(Trouble("cannot open", errno).what());
@@ -199,8 +200,7 @@ void LiveCommand::loadErrdisable() {
   }
   out_.flush();
   for (auto const& complaint : list.complaints) {
-    fmt::print(stderr, "{}:{}:{}: {}\n", printable(options_.errdisableFile), complaint.line, complaint.column,
-               complaint.reason);
+    complain("{}:{}:{}: {}\n", printable(options_.errdisableFile), complaint.line, complaint.column, complaint.reason);
   }
   failed(fmt::format("{}: not taken; what it said before stays in force", printable(options_.errdisableFile)));
 }

@@ -1,5 +1,6 @@
 #include "host/Program.h"
 
+#include <cmath>
 #include <csignal>
 #include <exception>
 #include <functional>
@@ -7,10 +8,11 @@
 #include <string>
 
 #include <CLI/CLI.hpp>
-#include <fmt/format.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "Zon/Exception.h"
+#include "host/Complaint.h"
 #include "host/LiveCommand.h"
 #include "host/Options.h"
 #include "host/Output.h"
@@ -31,8 +33,11 @@ void addCommon(CLI::App& command, CommonOptions& options, std::string const& fol
       {"auto", Colour::automatic}, {"always", Colour::always}, {"never", Colour::never}};
   command.add_flag("--follow", options.isFollowing, followed);
   command.add_flag("--json", options.isJson, "Print JSON in the names of RFC 8343 instead of a table");
-  command.add_option("--color", options.colour, "When to colour: auto, always or never")
-      ->transform(CLI::CheckedTransformer(colours))
+  command
+      .add_option_function<std::string>(
+          "--color", [&options](std::string const& word) { options.colour = colours.at(word); },
+          "When to colour: auto, always or never")
+      ->check(CLI::IsMember({"auto", "always", "never"}))
       ->option_text("WHEN");
   command.add_option("--trace", options.traces, "Print trace lines of a facility, such as Errdisable=7,8 (repeatable)")
       ->allow_extra_args(false)
@@ -78,11 +83,21 @@ int runCommand(Options const& options) {
   return status;
 }
 
+/// A standard descriptor that came closed would go to the next file or socket, which then took what is meant for people.
+/// The wrong access makes using it the error that it was.
+void occupyStandardDescriptors() {
+  for (int const descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(descriptor, F_GETFD) < 0) {
+      ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+  }
+}
+
 int runGuarded(std::function<int()> const& command) {
   try {
     return command();
   } catch (std::exception const& error) {
-    fmt::print(stderr, "varo-host: {}\n", error.what());
+    complain("varo-host: {}\n", error.what());
   }
   return ExitStatus::trouble;
 }
@@ -92,6 +107,7 @@ int runGuarded(std::function<int()> const& command) {
 int Program::run(int argc, char const* const* argv) {
   // A reader that goes shows in write(), a signal would leave no time for a clean end.
   std::signal(SIGPIPE, SIG_IGN);
+  occupyStandardDescriptors();
 
   CLI::App app("Errdisable enforcement on a recorded device or on this machine's interfaces.", "varo-host");
   app.set_version_flag("--version", "varo-host " VARO_VERSION);
@@ -109,8 +125,12 @@ int Program::run(int argc, char const* const* argv) {
   } catch (CLI::ParseError const& error) {
     return app.exit(error) == 0 ? ExitStatus::fine : ExitStatus::trouble;
   }
+  if (live.duration && std::isnan(*live.duration)) {
+    complain("varo-host: --duration: nan is no number of seconds\n");
+    return ExitStatus::trouble;
+  }
   if (live.isEnforcing && !live.goesOn()) {
-    fmt::print(stderr, "varo-host: --enforce needs --follow or --duration: what is held is released at the end\n");
+    complain("varo-host: --enforce needs --follow or --duration: what is held is released at the end\n");
     return ExitStatus::trouble;
   }
   return runGuarded(

@@ -2,8 +2,9 @@
 
 #include <utility>
 
-#include <fmt/core.h>
 #include <unistd.h>
+
+#include "host/Complaint.h"
 
 namespace VaroHost {
 
@@ -21,17 +22,17 @@ void Progress::update(std::uint64_t lines, std::uint64_t done, std::uint64_t tot
   next_ = now + interval;
   isShown_ = true;
   if (total != 0) {
-    fmt::print(stderr, "\r\x1b[K{}: {:.0f}%, {} lines", label_,
-               100.0 * static_cast<double>(done) / static_cast<double>(total), lines);
+    complain("\r\x1b[K{}: {:.0f}%, {} lines", label_, 100.0 * static_cast<double>(done) / static_cast<double>(total),
+             lines);
   } else {
-    fmt::print(stderr, "\r\x1b[K{}: {} lines", label_, lines);
+    complain("\r\x1b[K{}: {} lines", label_, lines);
   }
 }
 
 void Progress::clear() {
   if (isShown_) {
     isShown_ = false;
-    fmt::print(stderr, "\r\x1b[K");
+    complain("\r\x1b[K");
   }
 }
 

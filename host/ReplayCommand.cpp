@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "Zon/Exception.h"
+#include "host/Complaint.h"
 #include "host/Text.h"
 #include "host/Trouble.h"
 
@@ -77,7 +78,7 @@ ReplayCommand::~ReplayCommand() {
 int ReplayCommand::run() {
   signals_.async_wait([this](asio::error_code const& error, int) {
     if (!error) {
-      fmt::print(stderr, "{}:{}: interrupted\n", input_.name(), lines_.number());
+      complain("{}:{}: interrupted\n", input_.name(), lines_.number());
       status_ = ExitStatus::someFailed;
       stop();
     }
@@ -113,6 +114,9 @@ void ReplayCommand::step(bool mayRead) {
     if (waiting_ != nullptr) {
       if (mustWait(*waiting_)) {
         out_.flush();
+        if (out_.ended()) {
+          return stop();
+        }
         timer_.async_wait(woken);
         return;
       }
@@ -122,6 +126,9 @@ void ReplayCommand::step(bool mayRead) {
     }
     if (readable_.is_open() && !mayRead && !lines_.hasLine()) {
       out_.flush();
+      if (out_.ended()) {
+        return stop();
+      }
       readable_.async_wait(asio::posix::stream_descriptor::wait_read, woken);
       return;
     }
@@ -222,7 +229,7 @@ bool ReplayCommand::failed(Change const& change, Member member, std::string_view
 bool ReplayCommand::failed(std::size_t column, std::string_view reason) {
   progress_.clear();
   out_.flush();
-  fmt::print(stderr, "{}:{}:{}: {}\n", input_.name(), lines_.number(), std::max<std::size_t>(column, 1), reason);
+  complain("{}:{}:{}: {}\n", input_.name(), lines_.number(), std::max<std::size_t>(column, 1), reason);
   status_ = ExitStatus::someFailed;
   isAborted_ = !options_.keepsGoing;
   return options_.keepsGoing;

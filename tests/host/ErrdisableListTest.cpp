@@ -57,6 +57,12 @@ TEST(ErrdisableList, BinaryIsRefusedAtItsFirstByte) {
   EXPECT_EQ(parsed("eth0 \x1b[31m\n"), "1:6: control character \\x1b;");
 }
 
+TEST(ErrdisableList, AByteOrderMarkIsNoPartOfAName) {
+  EXPECT_EQ(parsed("\xef\xbb\xbf"
+                   "eth0 x\n"),
+            "1:1: a byte-order mark has no place here;");
+}
+
 TEST(ErrdisableList, Utf8IsFine) { EXPECT_EQ(parsed("eth0 l\xc3\xa4rm\n"), "eth0=l\xc3\xa4rm;"); }
 
 TEST(ErrdisableList, LongNamesAndReasonsAreRefused) {

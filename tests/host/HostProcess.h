@@ -192,6 +192,15 @@ inline HostResult runHost(std::vector<std::string> arguments, std::string_view i
   return {status, process.out(), process.err()};
 }
 
+/// The same in a shell that redirects, for instance "2>/dev/full".
+inline HostResult runRedirected(std::string const& redirection, std::vector<std::string> arguments,
+                                std::string_view input = "") {
+  HostProcess process(std::move(arguments), input, false,
+                      {"/bin/sh", "-c", "exec \"$0\" \"$@\" " + redirection, VARO_HOST_PROGRAM});
+  int const status = process.finish();
+  return {status, process.out(), process.err()};
+}
+
 inline std::string readFile(std::string const& file) {
   std::ifstream in(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};

@@ -194,6 +194,30 @@ TEST_F(Live, WhatIsHeldIsReleasedWhenTheReaderGoes) {
   EXPECT_TRUE(NetworkNamespace::isUp("a0"));
 }
 
+TEST_F(Live, WhatIsHeldIsReleasedWhenStandardErrorCannotBeWrittenTo) {
+  std::string const file = scratch_.write("errdisable", "a0 udld\na1 udld\n");
+  auto const result = runRedirected(
+      "2>/dev/full", {"live", "--json", "--follow", "--duration", "0.3", "--enforce", "--errdisable", file});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_TRUE(NetworkNamespace::isUp("a0"));
+  EXPECT_TRUE(NetworkNamespace::isUp("a1"));
+}
+
+TEST_F(Live, AClosedStandardOutputIsTrouble) {
+  std::string const file = scratch_.write("errdisable", "a0 udld\n");
+  auto const result = runRedirected(">&-", {"live", "--duration", "0.3", "--enforce", "--errdisable", file});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err, "varo-host: standard output: Bad file descriptor\n");
+  EXPECT_TRUE(NetworkNamespace::isUp("a0"));
+}
+
+TEST_F(Live, AnErrdisableFileThatIsHugeIsRefused) {
+  std::string const file = scratch_.write("errdisable", std::string((16U << 20U) + 1, 'x'));
+  auto const result = runHost({"live", "--errdisable", file});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "varo-host: " + file + ": larger than 16 MiB; what it said before stays in force\n");
+}
+
 TEST_F(Live, LeaveDownKeepsItDown) {
   std::string const file = scratch_.write("errdisable", "a0 udld\n");
   auto const result = runHost({"live", "--duration", "0.3", "--enforce", "--leave-down", "--errdisable", file});

@@ -268,6 +268,46 @@ TEST(Replay, AReaderThatGoesEndsItQuietly) {
   EXPECT_EQ(process.err(), "");
 }
 
+TEST(Replay, AReaderThatGoesEndsItWhileInputStaysOpen) {
+  HostProcess process({"replay", "-", "--follow"}, add, true);
+  EXPECT_TRUE(process.waitFor("E1: unset -> enabled\n"));
+  process.closeOutput();
+  process.write(errdisable);
+  EXPECT_EQ(process.finish(), 0);
+  EXPECT_EQ(process.err(), "");
+}
+
+TEST(Replay, AReaderThatGoesEndsItWhileTheNextLineIsFarOff) {
+  HostProcess process({"replay", "-", "--follow", "--pace"}, add, true);
+  EXPECT_TRUE(process.waitFor("E1: unset -> enabled\n"));
+  process.closeOutput();
+  process.write(R"({"time":0,"entity":"errdisabledIntf","key":"E1","value":"udld"})"
+                "\n"
+                R"({"time":1e9,"entity":"errdisabledIntf","key":"E1","op":"del"})"
+                "\n");
+  EXPECT_EQ(process.finish(), 0);
+  EXPECT_EQ(process.err(), "");
+}
+
+TEST(Replay, AStandardErrorThatCannotBeWrittenToStopsNothing) {
+  for (std::string const redirection : {"2>/dev/full", "2>&-"}) {
+    auto const result = runRedirected(redirection, {"replay", "-", "--keep-going"}, lines({add, "oops\n", errdisable}));
+    EXPECT_EQ(result.status, 1) << redirection;
+    EXPECT_NE(result.out.find("disabled  bpduguard"), std::string::npos) << redirection << result.out;
+    EXPECT_EQ(runRedirected(redirection, {"replay", "/nonexistent/file"}).status, 2) << redirection;
+  }
+}
+
+TEST(Replay, AStandardOutputThatCannotBeWrittenToIsTrouble) {
+  std::string const file = VARO_EXAMPLES_DIR "/line-card.jsonl";
+  auto const full = runRedirected(">/dev/full", {"replay", file});
+  EXPECT_EQ(full.status, 2);
+  EXPECT_EQ(full.err, "varo-host: standard output: No space left on device\n");
+  auto const closed = runRedirected(">&-", {"replay", file});
+  EXPECT_EQ(closed.status, 2);
+  EXPECT_EQ(closed.err, "varo-host: standard output: Bad file descriptor\n");
+}
+
 TEST(Replay, WhatCannotBeReadIsTrouble) {
   EXPECT_EQ(runHost({"replay", "/nonexistent/file"}).status, 2);
   EXPECT_EQ(runHost({"replay", "/tmp"}).err, "varo-host: /tmp: Is a directory\n");
@@ -280,6 +320,9 @@ TEST(Replay, WrongUsageIsTrouble) {
   EXPECT_EQ(runHost({"replay"}).status, 2);
   EXPECT_EQ(runHost({"replay", "-", "--nonsense"}).status, 2);
   EXPECT_EQ(runHost({"replay", "-", "--color=red"}).status, 2);
+  EXPECT_EQ(runHost({"replay", "-", "--color=1"}).status, 2);
+  EXPECT_EQ(runHost({"live", "--duration", "nan"}).status, 2);
+  EXPECT_EQ(runHost({"live", "--duration", "-1"}).status, 2);
   EXPECT_EQ(runHost({"replay", "-", "--trace", "Errdisable"}).status, 2);
   EXPECT_EQ(runHost({"replay", "-", "--trace", "Errdisable=32"}).status, 2);
   EXPECT_EQ(runHost({"replay", "-", "--plugin", "/nonexistent.so"}).status, 2);
