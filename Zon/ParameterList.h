@@ -55,7 +55,7 @@ class ParameterList {
   auto applyAt(GenericIf::List const& list, String8 const& owner, Call const& call,
                std::index_sequence<index...>) const {
     // A copy: what converts an element may come back to the list.
-    GenericIf::List::Queue const queue = list.queue();
+    GenericIf::List::Queue const queue = list.queue();  // NOLINT(performance-unnecessary-copy-initialization)
     std::array<GenericIf const*, size + 1> elements{};
     std::size_t given = 0;
     for (auto element = queue.iterator(); element && given <= size; ++element) {
