@@ -207,7 +207,10 @@ bool LiveLinks::act(Entry& entry, bool up) {
     return false;
   }
   entry.lastError.clear();
-  entry.expected.push_back(up);
+  // The kernel tells of changes only: setting up what is up already has no echo.
+  if (up != (entry.expected.empty() ? entry.facts.isUp : entry.expected.back())) {
+    entry.expected.push_back(up);
+  }
   return true;
 }
 

@@ -284,6 +284,22 @@ TEST(LiveLinks, ARefusalOfTheKernelIsSaidOnceAndTriedAgain) {
   EXPECT_EQ(bench.take(), (Strings{"down 1", "a: set down (udld)"}));
 }
 
+TEST(LiveLinks, AnActThatChangesNothingHasNoEcho) {
+  Bench bench;
+  bench.link(1, "a", true);
+  bench.links.onSynchronized();
+  bench.errdisable({{"a", "udld"}});
+  bench.link(1, "a", false);
+  bench.refusal = "lower layer is down";
+  bench.errdisable({});
+  bench.refusal.clear();
+  // Somebody else sets it up before it can be released: what is told after that is no echo.
+  bench.link(1, "a", true);
+  bench.take();
+  bench.link(1, "a", false);
+  EXPECT_EQ(bench.take(), (Strings{"a=2,admin"}));
+}
+
 TEST(LiveLinks, AnotherReasonIsToldAndChangesNothingElse) {
   Bench bench;
   bench.link(1, "a", true);
