@@ -143,6 +143,23 @@ TEST_F(DirTest, ADirectoryReplacedByAPlainEntitySurvivesAWatcherThatRemovesTheEn
   EXPECT_EQ(next->parent(), nullptr);
 }
 
+TEST_F(DirTest, NeverEndsUpInsideItself) {
+  auto const refused = [](Ptr<Dir> const& into, Ptr<Entity> const& what) -> std::string {
+    try {
+      into->entityPtrIs(what);
+    } catch (Zon::RangeException const& error) {
+      return error.what();
+    }
+    return "accepted";
+  };
+  EXPECT_EQ(refused(dir, dir), "cannot contain itself: dir");
+  dir->entityPtrIs(sub);
+  EXPECT_EQ(refused(sub, dir), "cannot contain itself: dir");
+  EXPECT_EQ(sub->entityPtr("dir"), nullptr);
+  EXPECT_EQ(dir->parent(), nullptr);
+  EXPECT_EQ(sub->fullName(), "dir/s");
+}
+
 TEST_F(DirTest, NamesItsAttribute) {
   EXPECT_EQ(dir->attributeString(266), "entityPtr");
   EXPECT_EQ(dir->attributeString(6), "isNondestructing");
