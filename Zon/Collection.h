@@ -245,7 +245,7 @@ class OwningCollection : private CollectionNotifier<X> {
   void set(X& owner, Ptr<M> const& member) {
     checkAdoptable(owner, member);
     Ptr<X> const held(&owner);
-    Ptr<M> const added(member);
+    Ptr<M> const added(member);  // NOLINT(performance-unnecessary-copy-initialization): a callback may change it
     K const key = added->fwkKey();
     Ptr<M> const old = map_.member(key);
     if (old == added) {

@@ -15,7 +15,7 @@ Ptr<Entity const> Dir::entityPtr(Name const& name) const { return entries_.ptr(n
 void Dir::entityPtrIs(Ptr<Entity> const& entity) {
   checkAdoptable(*this, entity);
   Ptr<Dir> const self(this);
-  Ptr<Entity> const added(entity);
+  Ptr<Entity> const added(entity);  // NOLINT(performance-unnecessary-copy-initialization): callbacks may change it
   Name const key = added->name();
   Ptr<Entity> exchanged = added;
   Ptr<Entity> const old = entries_.ptr(key);

@@ -210,7 +210,7 @@ int ShmemObject::allocate(std::uint64_t wanted) noexcept {
 void ShmemObject::fail(std::string const& what, int error) const {
   std::string text = description_ + ": " + what;
   if (error != 0) text += ": " + std::generic_category().message(error);
-  Zon::throwRangeException(std::move(text));
+  Zon::throwRangeException(text);
 }
 
 namespace {

@@ -64,8 +64,8 @@ class ShmemObject {
   }
   /// Bytes in use, header included. Not to be trusted beyond `covers`.
   std::uint64_t used() const noexcept { return std::atomic_ref(header()->used).load(std::memory_order_relaxed); }
-  /// Whether the first `size` bytes are inside the capacity and exist: then they can be read.
-  bool covers(std::uint64_t size) noexcept;
+  /// Whether the first `wanted` bytes are inside the capacity and exist: then they can be read.
+  bool covers(std::uint64_t wanted) noexcept;
   /// Allocates the first `size` bytes, in larger steps. 0, or an error number; then nothing has changed.
   /// REQUIRES: `size` <= capacity; the lock is held.
   int reserve(std::uint64_t size) noexcept { return size <= allocated_ ? 0 : allocate(size); }
@@ -103,7 +103,7 @@ class ShmemObject {
   void checkCapacity(std::uint64_t capacity) const;
   void validate();
   std::uint64_t size() const;
-  int allocate(std::uint64_t size) noexcept;
+  int allocate(std::uint64_t wanted) noexcept;
   Header* header() const noexcept { return reinterpret_cast<Header*>(base_); }
   void lock() const;
   void unlock() const noexcept;
