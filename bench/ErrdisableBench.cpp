@@ -15,23 +15,25 @@
 #include <QString>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <absl/container/flat_hash_map.h>
-#include <benchmark/benchmark.h>
-#include <malloc.h>
 
 #include "VaroErrdisable/Root.h"
-#include "bench/Members.h"
+#include "bench/Worlds.h"
 
 // Named, for moc and so that no class can be seen to be the only one of its kind.
 namespace ErrdisableBench {
 
 bool isErrdisabled(std::size_t i) { return i % 16 == 3; }
+/// The status of every interface flips in every round.
+bool isActive(std::size_t round) { return round % 2 == 0; }
+
+template <class World>
+char const* checkDecisions(World const& world, std::size_t count, std::size_t round);
 
 // ---------------------------------------------------------------------------------------------------------------
 
@@ -48,11 +50,9 @@ class Varo {
   }
   void wire() { root_->allIntfSMIs(activity_, configDir_, statusDir_, errdisabled_); }
   void unwire() { root_->allIntfSMDel(); }
-  void event(std::size_t i) { statuses_[i]->activeIs(!statuses_[i]->active()); }
-  void eventByName(std::size_t i) {
-    auto const status = statusDir_->intfStatus(ids_[i]);
-    status->activeIs(!status->active());
-  }
+  void event(std::size_t i, std::size_t round) { statuses_[i]->activeIs(isActive(round)); }
+  void eventByName(std::size_t i, std::size_t round) { statusDir_->intfStatus(ids_[i])->activeIs(isActive(round)); }
+  char const* check(std::size_t round) const { return checkDecisions(*this, ids_.size(), round); }
   std::string reason(std::size_t i) const { return configDir_->intfConfig(ids_[i])->enabledStateReason().stdString(); }
   bool disabled(std::size_t i) const {
     return configDir_->intfConfig(ids_[i])->enabledStateLocal() == Interface::IntfEnabledState::disabled;
@@ -186,11 +186,9 @@ class HandWritten {
     for (auto const& [name, status] : statuses_)
       status->observers.shrink_to_fit();
   }
-  void event(std::size_t i) { byIndex_[i]->activeIs(!byIndex_[i]->active); }
-  void eventByName(std::size_t i) {
-    Status& status = *statuses_.find(names_[i])->second;
-    status.activeIs(!status.active);
-  }
+  void event(std::size_t i, std::size_t round) { byIndex_[i]->activeIs(isActive(round)); }
+  void eventByName(std::size_t i, std::size_t round) { statuses_.find(names_[i])->second->activeIs(isActive(round)); }
+  char const* check(std::size_t round) const { return checkDecisions(*this, names_.size(), round); }
   std::string reason(std::size_t i) const { return configs_.find(names_[i])->second->reason; }
   bool disabled(std::size_t i) const { return configs_.find(names_[i])->second->enabled == State::disabled; }
 
@@ -310,11 +308,9 @@ class QtSignals {
                                                                  std::as_const(errdisabled_)));
   }
   void unwire() { machines_ = {}; }
-  void event(std::size_t i) { byIndex_[i]->activeIs(!byIndex_[i]->active); }
-  void eventByName(std::size_t i) {
-    QtStatus& status = **statuses_.constFind(names_[i]);
-    status.activeIs(!status.active);
-  }
+  void event(std::size_t i, std::size_t round) { byIndex_[i]->activeIs(isActive(round)); }
+  void eventByName(std::size_t i, std::size_t round) { (*statuses_.constFind(names_[i]))->activeIs(isActive(round)); }
+  char const* check(std::size_t round) const { return checkDecisions(*this, names_.size(), round); }
   std::string reason(std::size_t i) const { return configs_.value(names_[i])->reason.toStdString(); }
   bool disabled(std::size_t i) const { return configs_.value(names_[i])->enabled == State::disabled; }
 
@@ -330,89 +326,21 @@ class QtSignals {
 
 // ---------------------------------------------------------------------------------------------------------------
 
-/// Drops the world that is kept: there is one at a time, whatever its kind.
-std::function<void()> dropWorld = [] {};
-
-/// The wired world of one kind and size, kept for the benchmarks that use the same one next.
+/// What went wrong in a world of `count` interfaces, null when every decision is right for the present statuses.
 template <class World>
-class Cached {
- public:
-  static Cached& of(std::size_t count) {
-    static std::unique_ptr<Cached> last;
-    if (last == nullptr || last->order.size() != count) {
-      dropWorld();
-      last = std::make_unique<Cached>(count);
-      dropWorld = [] { last.reset(); };
-    }
-    return *last;
+char const* checkDecisions(World const& world, std::size_t count, std::size_t round) {
+  for (std::size_t i = 0; i < count; ++i) {
+    std::string const wanted = !isActive(round) ? "inactive" : isErrdisabled(i) ? "bpduguard" : "";
+    if (world.reason(i) != wanted || world.disabled(i) != !wanted.empty()) return "a decision is wrong";
   }
-
-  explicit Cached(std::size_t count) : order(Bench::shuffled(count)), world(count) { world.wire(); }
-
-  /// What went wrong, null when every decision is right for the present state of all statuses.
-  char const* check() const {
-    for (std::size_t i = 0; i < order.size(); ++i) {
-      std::string const wanted = !active ? "inactive" : isErrdisabled(i) ? "bpduguard" : "";
-      if (world.reason(i) != wanted || world.disabled(i) != !wanted.empty()) return "a decision is wrong";
-    }
-    return nullptr;
-  }
-
-  std::vector<std::uint32_t> const order;
-  World world;
-  bool active = true;
-};
-
-template <class World, bool byName>
-void event(benchmark::State& state, std::size_t count) {
-  auto& cached = Cached<World>::of(count);
-  for (auto _ : state) {
-    for (std::uint32_t const i : cached.order) {
-      if constexpr (byName) {
-        cached.world.eventByName(i);
-      } else {
-        cached.world.event(i);
-      }
-    }
-    cached.active = !cached.active;
-  }
-  if (char const* const wrong = cached.check()) state.SkipWithError(wrong);
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(count));
-}
-
-double heapBytes() {
-  struct mallinfo2 const heap = mallinfo2();
-  return static_cast<double>(heap.uordblks + heap.hblkhd);
+  return nullptr;
 }
 
 template <class World>
-void wire(benchmark::State& state, std::size_t count) {
-  World& world = Cached<World>::of(count).world;
-  double bytes = 0;
-  for (auto _ : state) {
-    state.PauseTiming();
-    world.unwire();
-    double const before = heapBytes();
-    state.ResumeTiming();
-    world.wire();
-    state.PauseTiming();
-    bytes = heapBytes() - before;
-    state.ResumeTiming();
-  }
-  if (char const* const wrong = Cached<World>::of(count).check()) state.SkipWithError(wrong);
-  state.counters["bytes"] = bytes / static_cast<double>(count);
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(count));
-}
-
-template <class World>
-void add(std::string const& name, std::size_t count) {
-  std::string const tail = "/" + name + "/" + std::to_string(count);
-  auto const one = [&tail, count](char const* what, void (*run)(benchmark::State&, std::size_t)) {
-    benchmark::RegisterBenchmark((what + tail).c_str(), run, count)->Unit(benchmark::kMicrosecond);
-  };
-  one("Event", event<World, false>);
-  one("EventByName", event<World, true>);
-  one("Wire", wire<World>);
+void add(std::string const& how, std::size_t count) {
+  Bench::addBenchmark("Event", how, count, Bench::events<World, &World::event>);
+  Bench::addBenchmark("EventByName", how, count, Bench::events<World, &World::eventByName>);
+  Bench::addBenchmark("Wire", how, count, Bench::wiring<World>);
 }
 
 bool const registered = [] {

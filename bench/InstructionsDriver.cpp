@@ -11,7 +11,7 @@
 #include "VaroErrdisable/Root.h"
 #include "Zon/ListRaw.h"
 #include "Zon/SnapshotIterator.h"
-#include "bench/Members.h"
+#include "bench/IntfWorlds.h"
 
 namespace {
 
@@ -147,6 +147,65 @@ std::size_t events(std::size_t count) {
   return 2 * count;
 }
 
+// Of the interface module's worlds (bench/IntfWorlds.h).
+template <class World>
+[[gnu::noinline]] void measuredWire(World& world) {
+  world.wire();
+}
+
+template <class World>
+[[gnu::noinline]] void measuredChange(World& world, std::vector<std::uint32_t> const& order) {
+  for (std::uint32_t const i : order)
+    world.change(i, 1);
+}
+
+[[gnu::noinline]] void measuredRemove(Bench::Mirror& world, std::vector<std::uint32_t> const& order) {
+  for (std::uint32_t const i : order)
+    world.remove(i);
+}
+
+[[gnu::noinline]] void measuredSweep(Bench::CounterSlice& world) { world.sweep(); }
+
+template <class World>
+std::size_t wire(std::size_t count) {
+  World world(count);
+  world.unwire();
+  measuredWire(world);
+  return world.check(0) == nullptr ? count : 0;
+}
+
+template <class World>
+std::size_t change(std::size_t count) {
+  World world(count);
+  world.wire();
+  measuredChange(world, Bench::shuffled(count));
+  return world.check(1) == nullptr ? count : 0;
+}
+
+/// One of the interface module's operations for each of `count` interfaces; returns how often it was done, 0 when its
+/// result is wrong.
+std::size_t interfaces(std::string_view operation, std::size_t count) {
+  using Bench::blocksOfACounter;
+  if (operation == "wire-mirror") return wire<Bench::Mirror>(count);
+  if (operation == "wire-blocks") return wire<Bench::CounterBlocks<true>>(count) * blocksOfACounter;
+  if (operation == "wire-private-blocks") return wire<Bench::CounterBlocks<false>>(count) * blocksOfACounter;
+  if (operation == "change-mirror") return change<Bench::Mirror>(count);
+  if (operation == "change-model") return change<Bench::ForwardingModels>(count);
+  if (operation == "remove-mirror") {
+    Bench::Mirror world(count);
+    world.wire();
+    measuredRemove(world, Bench::shuffled(count));
+    return world.isEmpty() ? count : 0;
+  }
+  if (operation == "sweep-slice") {
+    Bench::CounterSlice world(count);
+    world.wire();
+    measuredSweep(world);
+    return world.check(0) == nullptr ? count : 0;
+  }
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -154,8 +213,11 @@ int main(int argc, char** argv) {
   std::string_view const operation = argv[1];
   std::size_t const count = std::strtoull(argv[2], nullptr, 10);
 
-  if (operation == "deliver" || operation == "loop" || operation == "event") {
-    std::size_t const done = operation == "event" ? events(count) : deliver(count, operation == "deliver");
+  bool const ofInterfaces = operation.find('-') != std::string_view::npos;
+  if (ofInterfaces || operation == "deliver" || operation == "loop" || operation == "event") {
+    std::size_t const done = ofInterfaces           ? interfaces(operation, count)
+                             : operation == "event" ? events(count)
+                                                    : deliver(count, operation == "deliver");
     std::printf("%zu\n", done);
     return done == 0 ? 1 : 0;
   }

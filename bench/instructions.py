@@ -27,6 +27,13 @@ OPERATIONS = [
     ("deliver", (1, 8, 64), None),
     ("loop", (1, 8, 64), None),
     ("event", (10_000,), 300),
+    ("change-mirror", (10_000,), 350),
+    ("remove-mirror", (10_000,), None),
+    ("wire-mirror", (10_000,), 800),
+    ("change-model", (10_000,), 200),
+    ("sweep-slice", (10_000,), None),
+    ("wire-blocks", (1_000,), 500),
+    ("wire-private-blocks", (1_000,), 500),
 ]
 
 
@@ -41,7 +48,7 @@ def compile_driver(build: Path, folder: Path) -> Path:
 
 def instructions(driver: Path, folder: Path, operation: str, count: int) -> float:
     """Instructions of the measured function with all it calls, divided by the number of operations."""
-    symbol = "*measured" + operation.capitalize() + "*"
+    symbol = "*measured" + operation.split("-")[0].capitalize() + "*"
     command = ["valgrind", "--tool=callgrind", f"--callgrind-out-file={folder / 'out'}", "--collect-atstart=no",
                f"--toggle-collect={symbol}", str(driver), operation, str(count)]
     run = subprocess.run(command, check=True, capture_output=True, text=True)
@@ -54,7 +61,7 @@ def instructions(driver: Path, folder: Path, operation: str, count: int) -> floa
 def main() -> int:
     build = Path(sys.argv[1] if len(sys.argv) > 1 else ROOT / "build" / "release").resolve()
     exceeded = False
-    print(f"{'operation':<10} {'size':>8} {'instructions':>13} {'bound':>6}")
+    print(f"{'operation':<20} {'size':>8} {'instructions':>13} {'bound':>6}")
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)
         driver = compile_driver(build, folder)
@@ -63,7 +70,7 @@ def main() -> int:
                 each = instructions(driver, folder, operation, count)
                 missed = bound is not None and each > bound
                 exceeded = exceeded or missed
-                print(f"{operation:<10} {count:>8} {each:>13.1f} {bound or '':>6}{'  exceeded' if missed else ''}")
+                print(f"{operation:<20} {count:>8} {each:>13.1f} {bound or '':>6}{'  exceeded' if missed else ''}")
     return 1 if exceeded else 0
 
 

@@ -67,6 +67,8 @@ function(varo_library target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   # Exported functions are never replaced at load time, so calls within a file may be inlined.
   target_compile_options(${target} PRIVATE -fno-semantic-interposition -fno-plt)
+  # For the same reason a library's own functions are not looked up when it is loaded.
+  target_link_options(${target} PRIVATE LINKER:-Bsymbolic-functions)
   # Type nodes point into the libraries' code for the life of the process: they are never unloaded.
   target_link_options(${target} PRIVATE LINKER:-z,nodelete)
   if(NOT VARO_SANITIZE)

@@ -1,0 +1,2 @@
+/// \file
+/// A library of nothing: what loading any library costs.
