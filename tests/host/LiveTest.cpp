@@ -26,19 +26,32 @@ class Live : public testing::Test {
     ip("link add name a0 type veth peer name a1");
     ip("link set a0 up");
     ip("link set a1 up");
+    // The kernel settles operational states a moment later.
+    ASSERT_TRUE(becomesOperationally("a0", "UP"));
+    ASSERT_TRUE(becomesOperationally("a1", "UP"));
   }
 
   static void ip(std::string const& arguments) { NetworkNamespace::ip(arguments); }
 
-  /// Waits until the kernel shows the link up or down.
-  static bool becomes(std::string const& name, bool up) {
+  /// Waits for a condition on what the kernel shows.
+  template <class Condition>
+  static bool eventually(Condition const& condition) {
     for (int attempt = 0; attempt < 6000; ++attempt) {
-      if (NetworkNamespace::isUp(name) == up) {
+      if (condition()) {
         return true;
       }
       ::usleep(10000);
     }
     return false;
+  }
+
+  /// Waits until the kernel shows the link up or down.
+  static bool becomes(std::string const& name, bool up) {
+    return eventually([&] { return NetworkNamespace::isUp(name) == up; });
+  }
+
+  static bool becomesOperationally(std::string const& name, std::string const& state) {
+    return eventually([&] { return NetworkNamespace::link(name).at("operstate") == state; });
   }
 
   ScratchDirectory scratch_;
@@ -60,6 +73,7 @@ nlohmann::json interfaceNamed(std::string const& document, std::string const& na
 
 TEST_F(Live, TheTableShowsWhatTheKernelHas) {
   ip("link set a1 down");
+  ASSERT_TRUE(becomesOperationally("a0", "LOWERLAYERDOWN"));
   auto const result = runHost({"live"});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "");
