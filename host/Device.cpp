@@ -12,7 +12,15 @@ using Interface::IntfStatus;
 
 namespace {
 
+constexpr char mirrorAttribute[] = "allIntfReactor";
+constexpr char modelsAttribute[] = "allIntfStatusDirSm";
 constexpr char machineAttribute[] = "allIntfSM";
+
+/// One of the two directories in which producers write.
+template <class Dir>
+Zon::Ptr<Dir> producersDir(Module const& agent, char const* attribute) {
+  return Module::object<Dir>(Module::get(agent.child("allIntfDir"), attribute));
+}
 
 [[noreturn]] void absent(Change const& change) {
   throw ChangeError(Member::key, fmt::format("{} of \"{}\" is not there", change.entity->name, excerpt(change.key())));
@@ -25,20 +33,34 @@ constexpr char machineAttribute[] = "allIntfSM";
 
 }  // namespace
 
-Device::Device(StateFollower* follower)
+Device::Device(StateFollower* follower, CounterMemory const& memory)
   : follower_(follower),
     activity_(Zon::newPtr<Zon::ActivityConfig>(Zon::ActivityConfig::Delivery::immediate)),
     configs_(Zon::newPtr<Interface::AllIntfConfigDir>("intfConfig")),
     statuses_(Zon::newPtr<Interface::AllIntfStatusDir>("intfStatus")),
     errdisable_(Zon::newPtr<Errdisable::Status>("errdisable")),
-    module_("VaroErrdisable::Root", "errdisable"),
-    machine_(module_.childIs(machineAttribute, {Module::reference(activity_), Module::reference(configs_),
-                                                Module::reference(statuses_), Module::reference(errdisable_)})) {}
+    queueCounters_(memory),
+    agent_("VaroIntf::Agent", "intf"),
+    configsIn_(producersDir<Interface::AllIntfConfigDir>(agent_, "config")),
+    statusesIn_(producersDir<Interface::AllIntfStatusDir>(agent_, "status")),
+    errdisableRoot_("VaroErrdisable::Root", "errdisable") {
+  auto const activity = Module::reference(activity_);
+  auto const configs = Module::reference(configs_);
+  auto const statuses = Module::reference(statuses_);
+  agent_.childIs(mirrorAttribute, {activity, configs, statuses});
+  agent_.childIs(modelsAttribute, {activity, statuses});
+  queueCounters_.wire(agent_, activity_);
+  // After the mirror: else its first evaluations would see configurations without their statuses.
+  machine_ = errdisableRoot_.childIs(machineAttribute, {activity, configs, statuses, Module::reference(errdisable_)});
+}
 
 Device::~Device() {
-  // Silence the module before its inputs go.
+  // Whoever reads goes before whoever writes what it reads.
   machine_ = nullptr;
-  module_.childDel(machineAttribute);
+  errdisableRoot_.childDel(machineAttribute);
+  queueCounters_.unwire(agent_);
+  agent_.childDel(modelsAttribute);
+  agent_.childDel(mirrorAttribute);
   // Default configurations may name one another; the links would keep them alive.
   for (auto const& [name, config] : defaultConfigs_) {
     config->defaultConfigIs(nullptr);
@@ -56,16 +78,16 @@ Zon::Ptr<IntfConfig> Device::defaultConfig(std::string const& name) const {
   return found->second;
 }
 
-Zon::Ptr<IntfConfig> Device::config(Change const& change) const {
-  auto found = configs_->intfConfig(change.key());
+Zon::Ptr<IntfConfig> Device::presentConfig(Change const& change) const {
+  auto found = config(change.key());
   if (!found) {
     absent(change);
   }
   return found;
 }
 
-Zon::Ptr<IntfStatus> Device::status(Change const& change) const {
-  auto found = statuses_->intfStatus(change.key());
+Zon::Ptr<IntfStatus> Device::presentStatus(Change const& change) const {
+  auto found = status(change.key());
   if (!found) {
     absent(change);
   }
@@ -84,18 +106,18 @@ void Device::configIs(Zon::Ptr<IntfConfig> const& config) {
   if (follower_ != nullptr) {
     follower_->watch(config);
   }
-  configs_->intfConfigIs(config);
+  configsIn_->intfConfigIs(config);
 }
 
 void Device::configDel(Orvet::IntfId const& intfId) {
-  configs_->intfConfigDel(intfId);
+  configsIn_->intfConfigDel(intfId);
   if (follower_ != nullptr) {
     follower_->unwatch(intfId);
   }
 }
 
 void Device::configSet(Change const& change) {
-  auto const target = config(change);
+  auto const target = presentConfig(change);
   assign(*target, change);
   if (change.attribute->afterwards != nullptr) {
     (this->*change.attribute->afterwards)(change);
@@ -103,7 +125,7 @@ void Device::configSet(Change const& change) {
 }
 
 void Device::configAdd(Change const& change) {
-  if (configs_->intfConfig(change.key())) {
+  if (config(change.key())) {
     present(change);
   }
   auto const added = Zon::newPtr<IntfConfig>(change.key());
@@ -112,7 +134,7 @@ void Device::configAdd(Change const& change) {
 }
 
 void Device::configReplace(Change const& change) {
-  auto const old = config(change);
+  auto const old = presentConfig(change);
   auto const added = Zon::newPtr<IntfConfig>(change.key());
   assign(*added, change);
   // The machine of an interface is bound to its configuration: the old one must go first.
@@ -120,7 +142,7 @@ void Device::configReplace(Change const& change) {
   configIs(added);
 }
 
-void Device::configDel(Change const& change) { configDel(config(change)->intfId()); }
+void Device::configDel(Change const& change) { configDel(presentConfig(change)->intfId()); }
 
 // Default configurations.
 
@@ -150,7 +172,7 @@ void Device::defaultConfigDel(Change const& change) {
   if (found == defaultConfigs_.end()) {
     absent(change);
   }
-  for (auto at = configs_->intfConfigIteratorConst(); at; at.advance()) {
+  for (auto at = configsIn_->intfConfigIteratorConst(); at; at.advance()) {
     if (at->defaultConfig() == found->second) {
       throw ChangeError(Member::key, fmt::format("default configuration \"{}\" is in use, by \"{}\" for one",
                                                  excerpt(change.key()), excerpt(at->intfId().stringValue().view())));
@@ -161,26 +183,26 @@ void Device::defaultConfigDel(Change const& change) {
 
 // Statuses.
 
-void Device::statusSet(Change const& change) { assign(*status(change), change); }
+void Device::statusSet(Change const& change) { assign(*presentStatus(change), change); }
 
 void Device::statusAdd(Change const& change) {
-  if (statuses_->intfStatus(change.key())) {
+  if (status(change.key())) {
     present(change);
   }
   auto const added = Zon::newPtr<IntfStatus>(change.key());
   assign(*added, change);
-  statuses_->intfStatusIs(added);
+  statusIs(added);
 }
 
 void Device::statusReplace(Change const& change) {
-  auto const old = status(change);
+  auto const old = presentStatus(change);
   auto const added = Zon::newPtr<IntfStatus>(change.key());
   assign(*added, change);
-  statuses_->intfStatusDel(old->intfId());
-  statuses_->intfStatusIs(added);
+  statusDel(old->intfId());
+  statusIs(added);
 }
 
-void Device::statusDel(Change const& change) { statuses_->intfStatusDel(status(change)->intfId()); }
+void Device::statusDel(Change const& change) { statusDel(presentStatus(change)->intfId()); }
 
 // Entries.
 
@@ -193,7 +215,7 @@ void Device::errdisabledDel(Change const& change) {
 }
 
 void Device::forwardingInputSet(Change const& change) {
-  auto const target = statuses_->intfStatus(change.key());
+  auto const target = status(change.key());
   if (!target) {
     throw ChangeError(Member::key, fmt::format("intfStatus of \"{}\" is not there", excerpt(change.key())));
   }
@@ -201,7 +223,7 @@ void Device::forwardingInputSet(Change const& change) {
 }
 
 void Device::forwardingInputDel(Change const& change) {
-  auto const target = statuses_->intfStatus(change.key());
+  auto const target = status(change.key());
   if (!target || !target->forwardingModelInputsDel(change.keys[1])) {
     absent(change);
   }

@@ -1,8 +1,11 @@
 #pragma once
 
 /// \file
-/// The device that the program keeps: the directories of configurations and statuses, the errdisabled list, the default
-/// configurations, and the errdisable module wired over them.
+/// The device that the program keeps: what producers write, what the modules make of it, and both modules between:
+///
+///     aggregate directory ── mirror ──> configs(), statuses() ──> errdisable module ──> enabled states
+///     of the agent                            └── statuses ──> forwarding models
+///     slices of queue counters ──> one output, blocks in shared memory
 ///
 /// Guarantees
 ///   A  Changes are evaluated at once, one by one: the activity is immediate, so that no burst is coalesced away.
@@ -10,6 +13,8 @@
 ///      changed default configuration is followed by the evaluation of whoever may use it.
 ///   C  An operation that throws `ChangeError` has changed nothing.
 ///   D  No change is made from inside a callback.
+///   E  Producers write into the agent's aggregate directory, and into it alone; everybody reads the mirror. The modules
+///      are wired from the producers on and go in the opposite order.
 ///
 /// Use
 ///
@@ -23,7 +28,9 @@
 #include "Zon/Activity.h"
 #include "Zon/Ptr.h"
 #include "host/Change.h"
+#include "host/CounterMemory.h"
 #include "host/Module.h"
+#include "host/QueueCounters.h"
 #include "host/Schema.h"
 #include "platform/Errdisable/Status.h"
 #include "platform/Interface/AllIntfConfigDir.h"
@@ -37,14 +44,21 @@ class Device {
  public:
   /// Creates and wires everything.
   /// \param follower hears of every configuration that comes or goes; null for nobody. Must outlive the device.
-  explicit Device(StateFollower* follower = nullptr);
+  /// \param memory where the counter blocks are
+  explicit Device(StateFollower* follower = nullptr, CounterMemory const& memory = CounterMemory());
   ~Device();
   Device(Device const&) = delete;
   Device& operator=(Device const&) = delete;
 
-  Zon::Ptr<Interface::AllIntfConfigDir> const& configs() const noexcept { return configs_; }
-  Zon::Ptr<Interface::AllIntfStatusDir> const& statuses() const noexcept { return statuses_; }
+  /// What the mirror made of the producers' entries.
+  Zon::Ptr<Interface::AllIntfConfigDir const> configs() const noexcept { return configs_; }
+  Zon::Ptr<Interface::AllIntfStatusDir const> statuses() const noexcept { return statuses_; }
+  /// What the producers wrote.
+  Zon::Ptr<Interface::AllIntfConfigDir const> configsIn() const noexcept { return configsIn_; }
+  Zon::Ptr<Interface::AllIntfStatusDir const> statusesIn() const noexcept { return statusesIn_; }
   Zon::Ptr<Errdisable::Status> const& errdisable() const noexcept { return errdisable_; }
+  QueueCounters& queueCounters() noexcept { return queueCounters_; }
+  QueueCounters const& queueCounters() const noexcept { return queueCounters_; }
 
   /// Applies one line of a recording. Errors: `ChangeError`.
   void apply(Change const& change) {
@@ -80,13 +94,18 @@ class Device {
 
   // The steps beneath, for hosts that know their interfaces directly.
 
+  /// The producers' entries, to be written to; null when absent.
+  Zon::Ptr<Interface::IntfConfig> config(Orvet::IntfId const& intfId) const { return configsIn_->intfConfig(intfId); }
+  Zon::Ptr<Interface::IntfStatus> status(Orvet::IntfId const& intfId) const { return statusesIn_->intfStatus(intfId); }
   /// REQUIRES: no configuration of that interface is there.
   void configIs(Zon::Ptr<Interface::IntfConfig> const& config);
   void configDel(Orvet::IntfId const& intfId);
+  void statusIs(Zon::Ptr<Interface::IntfStatus> const& status) { statusesIn_->intfStatusIs(status); }
+  void statusDel(Orvet::IntfId const& intfId) { statusesIn_->intfStatusDel(intfId); }
 
  private:
-  Zon::Ptr<Interface::IntfConfig> config(Change const& change) const;
-  Zon::Ptr<Interface::IntfStatus> status(Change const& change) const;
+  Zon::Ptr<Interface::IntfConfig> presentConfig(Change const& change) const;
+  Zon::Ptr<Interface::IntfStatus> presentStatus(Change const& change) const;
   void assign(Zon::Entity& target, Change const& change);
 
   StateFollower* const follower_;
@@ -94,8 +113,12 @@ class Device {
   Zon::Ptr<Interface::AllIntfConfigDir> const configs_;
   Zon::Ptr<Interface::AllIntfStatusDir> const statuses_;
   Zon::Ptr<Errdisable::Status> const errdisable_;
+  QueueCounters queueCounters_;
   std::map<std::string, Zon::Ptr<Interface::IntfConfig>, std::less<>> defaultConfigs_;
-  Module module_;
+  Module agent_;
+  Zon::Ptr<Interface::AllIntfConfigDir> const configsIn_;
+  Zon::Ptr<Interface::AllIntfStatusDir> const statusesIn_;
+  Module errdisableRoot_;
   Module::Interface machine_;
 };
 

@@ -73,7 +73,7 @@ void LiveLinks::nameIs(Entry& entry, Link const& link) {
 
   auto const status = Zon::newPtr<IntfStatus>(link.name);
   status->activeIs(isActive(entry.facts));
-  device_.statuses()->intfStatusIs(status);
+  device_.statusIs(status);
   auto const config = Zon::newPtr<IntfConfig>(link.name);
   config->adminEnabledStateLocalIs(adminState(link.isUp || entry.isHeld));
   device_.configIs(config);
@@ -90,14 +90,14 @@ void LiveLinks::forget(Entry& entry) {
     return;
   }
   device_.configDel(entry.name);
-  device_.statuses()->intfStatusDel(entry.name);
+  device_.statusDel(entry.name);
   byName_.erase(entry.name);
   entry.name.clear();
 }
 
 void LiveLinks::update(Entry& entry, bool isForeign) {
-  auto const status = device_.statuses()->intfStatus(entry.name);
-  auto const config = device_.configs()->intfConfig(entry.name);
+  auto const status = device_.status(entry.name);
+  auto const config = device_.config(entry.name);
   status->activeIs(isActive(entry.facts));
   if (isForeign && !entry.isHeld) {
     config->adminEnabledStateLocalIs(adminState(entry.facts.isUp));
@@ -188,8 +188,8 @@ void LiveLinks::review(Entry& entry) {
     act(entry, false);
     return;
   }
-  auto const status = device_.statuses()->intfStatus(entry.name);
-  auto const config = device_.configs()->intfConfig(entry.name);
+  auto const status = device_.status(entry.name);
+  auto const config = device_.config(entry.name);
   bool const isDisabledByEntry = status->active() && config->enabledStateLocal() == IntfEnabledState::disabled;
   if (isDisabledByEntry && act(entry, false)) {
     entry.isHeld = true;

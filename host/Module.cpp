@@ -5,8 +5,6 @@
 #include <fmt/format.h>
 
 #include "Zon/ZonType.h"
-#include "host/Trouble.h"
-
 namespace VaroHost {
 
 namespace {
@@ -33,8 +31,26 @@ void Module::childDel(Zon::String8 attribute) {
   interface_->attributeOpByName(std::move(attribute), AttributeOp::del, nullptr, nullptr);
 }
 
-void Module::call(Interface const& object, Zon::String8 function) {
-  object->attributeOpByName(std::move(function), AttributeOp::call, nullptr, nullptr);
+Module::Interface Module::get(Interface const& object, Zon::String8 attribute, Interface const& key) {
+  return object->attributeOpByName(std::move(attribute), AttributeOp::get, key, nullptr);
+}
+
+void Module::call(Interface const& object, Zon::String8 function, Interface const& argument) {
+  object->attributeOpByName(std::move(function), AttributeOp::call, nullptr,
+                            argument ? Zon::GenericIf::listOf({argument}) : nullptr);
+}
+
+Zon::Ptr<Zon::PtrInterface> Module::mutableObject(Interface const& interface) {
+  auto const reached = Zon::ptrCast<Zon::GenericIfPtrInterface>(interface);
+  if (!reached || reached->isConst()) {
+    return nullptr;
+  }
+  // Interfaces keep every object as const; this one was made of a mutable one.
+  return Zon::Ptr<Zon::PtrInterface>(const_cast<Zon::PtrInterface*>(reached->zonObject().ptr()));
+}
+
+std::string Module::describeUnexpected(Zon::ZonType const* expected) {
+  return fmt::format("the plug-in has no {} where one belongs", expected->fullName().view());
 }
 
 }  // namespace VaroHost

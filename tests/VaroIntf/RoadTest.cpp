@@ -9,9 +9,9 @@
 #include <gtest/gtest.h>
 
 #include "VaroErrdisable/Root.h"
-#include "Zon/Trace.h"
 #include "support/Errdisable.h"
 #include "support/Intf.h"
+#include "support/TraceEvents.h"
 
 namespace {
 
@@ -21,29 +21,6 @@ using Zon::Ptr;
 /// A recorder of "in:key(E1)" and the like that also hears the trace.
 class Road : public testing::Test {
  protected:
-  Road() {
-    for (unsigned const level : {7U, 8U}) {
-      errdisableTrace.levelIs(level, true);
-      intfTrace.levelIs(level, true);
-    }
-    errdisableTrace.enabledIs(true);
-    intfTrace.enabledIs(true);
-    // A line stands as "[what happened]": the class and function, then the key and what follows.
-    Zon::traceSinkIs([this](Zon::TraceRecord const& record) {
-      lines += record.text.stdString() + "\n";
-      std::string text = record.text.stdString();
-      text.erase(0, std::string("void VaroErrdisable::").size());
-      for (char& c : text)
-        if (c == ' ') c = ',';
-      events.add("[" + text + "]");
-    });
-  }
-  ~Road() override {
-    Zon::traceSinkIs({});
-    errdisableTrace.enabledIs(false);
-    intfTrace.enabledIs(false);
-  }
-
   /// Wires both modules: the mirror first, then the machine over the host's directories.
   void wire() {
     agent->allIntfReactorIs(activity, configs, statuses);
@@ -77,9 +54,7 @@ class Road : public testing::Test {
 
   // First, because everything else records here.
   Events events;
-  std::string lines;
-  Zon::TraceHandle errdisableTrace{"Errdisable", false};
-  Zon::TraceHandle intfTrace{"VaroIntf", false};
+  TraceEvents trace{events};
   Ptr<Zon::ActivityConfig> activity = immediate();
   Ptr<VaroIntf::Agent> agent = VaroIntf::agentFactory("intf");
   Ptr<VaroErrdisable::Root> root = VaroErrdisable::rootFactory("errdisable");
@@ -94,16 +69,17 @@ class Road : public testing::Test {
 TEST_F(Road, Added) {
   wireWatched();
   events.take();
-  lines.clear();
+  trace.takeLines();
   auto const config = addConfig("E1");
   EXPECT_EQ(events.take(),
             "c+E1 [AllIntfSM::handleIntf(Orvet::IntfId)E1] [IntfSM::handleInitialized()E1] "
             "[IntfSM::handleStateChange()E1:,adminEnabled=unset,enabledStateLocal=unset,intfStatus=None,active=0] "
             "E1.state=unset E1.reason='' out:key(E1) in:key(E1)");
-  EXPECT_EQ(lines, "void VaroErrdisable::AllIntfSM::handleIntf(Orvet::IntfId)E1\n"
-                   "void VaroErrdisable::IntfSM::handleInitialized()E1\n"
-                   "void VaroErrdisable::IntfSM::handleStateChange()E1: adminEnabled=unset enabledStateLocal=unset "
-                   "intfStatus=None active=0\n");
+  EXPECT_EQ(trace.takeLines(),
+            "void VaroErrdisable::AllIntfSM::handleIntf(Orvet::IntfId)E1\n"
+            "void VaroErrdisable::IntfSM::handleInitialized()E1\n"
+            "void VaroErrdisable::IntfSM::handleStateChange()E1: adminEnabled=unset enabledStateLocal=unset "
+            "intfStatus=None active=0\n");
   EXPECT_EQ(config->holds(), "unset ''");
   EXPECT_EQ(configs->intfConfig("E1"), config);
   EXPECT_EQ(root->allIntfSM()->intfSM("E1")->intfConfig(), config);
@@ -229,10 +205,12 @@ TEST_F(Road, ErrdisableEntryFirst) {
 TEST_F(Road, BothDirectoriesFilledBeforeWiring) {
   auto const config = addConfig("E1");
   statusIn()->intfStatusIs(newActive("E1", false));
+  watch();
   EXPECT_EQ(events.take(), "");
   wire();
   EXPECT_EQ(events.take(),
-            "c+E1 s+E1 E1=5 [AllIntfSM::handleInitialized()] [AllIntfSM::handleIntf(Orvet::IntfId)E1] "
+            "c+E1 out:key(E1) s+E1 sout:key(E1) E1=5 [AllIntfSM::handleInitialized()] "
+            "[AllIntfSM::handleIntf(Orvet::IntfId)E1] "
             "[IntfSM::handleInitialized()E1] "
             "[IntfSM::handleStateChange()E1:,adminEnabled=unset,enabledStateLocal=unset,intfStatus=Valid,active=0] "
             "E1.state=disabled E1.reason='inactive'");
@@ -241,20 +219,21 @@ TEST_F(Road, BothDirectoriesFilledBeforeWiring) {
 
 TEST_F(Road, TheErrdisableModuleGivenTheAggregatesOwnDirectories) {
   root->allIntfSMIs(activity, configIn(), statusIn(), errdisable);
+  watch();
   events.take();
   auto const config = addConfig("E1");
   EXPECT_EQ(events.take(),
             "[AllIntfSM::handleIntf(Orvet::IntfId)E1] [IntfSM::handleInitialized()E1] "
             "[IntfSM::handleStateChange()E1:,adminEnabled=unset,enabledStateLocal=unset,intfStatus=None,active=0] "
-            "E1.state=unset E1.reason=''");
+            "E1.state=unset E1.reason='' in:key(E1)");
   // A mirror wired later changes nothing for it.
   agent->allIntfReactorIs(activity, configs, statuses);
-  EXPECT_EQ(events.take(), "c+E1");
+  EXPECT_EQ(events.take(), "c+E1 out:key(E1)");
   config->adminEnabledStateLocalIs(IntfEnabledState::disabled);
   EXPECT_EQ(config->holds(), "disabled 'admin'");
   events.take();
   configIn()->intfConfigDel("E1");
-  EXPECT_EQ(events.take(), "[AllIntfSM::handleIntf(Orvet::IntfId)E1] c-E1");
+  EXPECT_EQ(events.take(), "[AllIntfSM::handleIntf(Orvet::IntfId)E1] in:key(E1) c-E1 out:key(E1)");
   EXPECT_EQ(root->allIntfSM()->intfSM("E1"), nullptr);
 }
 

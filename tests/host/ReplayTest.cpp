@@ -336,7 +336,7 @@ TEST(Replay, AnotherPluginCanBeNamed) {
   EXPECT_EQ(replay(add, {"--plugin", VARO_LIBVARO_FILE}).status, 0);
   auto const result = replay(add, {"--plugin", VARO_LIBZON_FILE});
   EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.err, "varo-host: the plug-in does not offer the type VaroErrdisable::Root\n");
+  EXPECT_EQ(result.err, "varo-host: the plug-in does not offer the type VaroIntf::Agent\n");
 }
 
 // Hostile input: an error at its place, status 1, and the lines around it keep working.

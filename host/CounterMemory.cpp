@@ -1,0 +1,15 @@
+#include "host/CounterMemory.h"
+
+#include <utility>
+
+namespace VaroHost {
+
+CounterMemory::CounterMemory(std::string prefix) : prefix_(std::move(prefix)) {}
+
+Zon::Name CounterMemory::interfaceName() const { return objectName(".intf"); }
+
+Zon::Name CounterMemory::queueName() const { return objectName(".queue"); }
+
+Zon::Name CounterMemory::objectName(char const* ending) const { return isPrivate() ? Zon::Name() : prefix_ + ending; }
+
+}  // namespace VaroHost

@@ -1,0 +1,76 @@
+#include "host/QueueCounters.h"
+
+namespace VaroHost {
+
+namespace {
+
+constexpr char reactorAttribute[] = "allIntfQueueCounterReactor";
+
+}  // namespace
+
+QueueCounters::QueueCounters(CounterMemory const& memory)
+  : interfaceBlocks_(Zon::newPtr<Pelto::ShmemMan>(memory.interfaceName())),
+    queueBlocks_(Zon::newPtr<Pelto::ShmemMan>(memory.queueName())),
+    slices_(Zon::newPtr<Zon::Dir>("slices")),
+    output_(Zon::newPtr<Interface::AllIntfQueueCounterPtrDir>("queueCounters")) {}
+
+void QueueCounters::wire(Module& agent, Zon::Ptr<Zon::ActivityConfig> const& activity) {
+  reactor_ = agent.childIs(reactorAttribute,
+                           {Module::reference(activity), Module::reference(output_), Module::reference(slices_)});
+}
+
+void QueueCounters::unwire(Module& agent) {
+  reactor_ = nullptr;
+  agent.childDel(reactorAttribute);
+}
+
+Zon::Ptr<QueueCounters::Slice> QueueCounters::slice(Zon::Name const& name) const {
+  return Zon::ptrCast<Slice>(slices_->entityPtr(name));
+}
+
+Zon::Ptr<QueueCounters::Slice> QueueCounters::sliceIs(Zon::Name const& name) {
+  sliceDel(name);
+  auto const added = Zon::newPtr<Slice>(name);
+  added->counterShmemManIs(interfaceBlocks_);
+  added->statisticsShmemManIs(queueBlocks_);
+  slices_->entityPtrIs(added);
+  return added;
+}
+
+void QueueCounters::sliceDel(Zon::Name const& name) {
+  auto const removed = slice(name);
+  if (!removed) {
+    return;
+  }
+  slices_->entityPtrDel(name);
+  for (auto at = removed->intfQueueCounterDirIteratorConst(); at; at.advance()) {
+    publishAnew(at->intfId());
+  }
+}
+
+Zon::Ptr<QueueCounters::Counters> QueueCounters::countersIs(Slice& slice, Orvet::IntfId const& intfId) {
+  countersDel(slice, intfId);
+  auto const added = Zon::newPtr<Counters>(intfId);
+  slice.intfQueueCounterDirIs(added);
+  return added;
+}
+
+void QueueCounters::countersDel(Slice& slice, Orvet::IntfId const& intfId) {
+  if (slice.intfQueueCounterDirDel(intfId)) {
+    publishAnew(intfId);
+  }
+}
+
+/// The slice that withdrew an interface took it out of the output, whosever it was there.
+void QueueCounters::publishAnew(Orvet::IntfId const& intfId) {
+  for (auto at = slices_->subdirIterator(); at && reactor_; at.advance()) {
+    auto const other = slice(at->name());
+    if (other && other->intfQueueCounterDir(intfId)) {
+      auto const sliceReactor = Module::get(reactor_, "sliceSm", Module::value<Zon::String8>(at->name()));
+      Module::call(sliceReactor, "handleQueueCounterDir", Module::value(intfId));
+      return;
+    }
+  }
+}
+
+}  // namespace VaroHost

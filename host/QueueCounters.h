@@ -1,0 +1,72 @@
+#pragma once
+
+/// \file
+/// The queue counters of the device: slices with the counters of their interfaces, the output that gathers the
+/// interfaces of all slices, and the shared memory with the blocks.
+///
+/// Guarantees
+///   A  A slice has its managers before anybody sees it; all slices share the two of the device.
+///   B  What is put in the place of something present comes after that has left: the reactors serve nothing that is
+///      replaced in place.
+///   C  While some slice lists an interface, the output has it: an interface that one slice withdrew is published anew
+///      from another that lists it.
+///
+/// Use
+///
+///     VaroHost::QueueCounters counters(VaroHost::CounterMemory("line-card"));
+///     counters.wire(agent, activity);
+///     auto slice = counters.sliceIs("linecard3");
+///     counters.countersIs(*slice, "Ethernet3/1")->intfQueueCounterIs(Zon::newPtr<Interface::IntfQueueCounter>("drops"));
+
+#include <string>
+
+#include "Zon/Activity.h"
+#include "Zon/Dir.h"
+#include "Zon/Ptr.h"
+#include "host/CounterMemory.h"
+#include "host/Module.h"
+#include "platform/Interface/AllIntfQueueCounterDir.h"
+#include "platform/Interface/AllIntfQueueCounterPtrDir.h"
+
+namespace VaroHost {
+
+class QueueCounters {
+ public:
+  using Slice = Interface::AllIntfQueueCounterDir;
+  using Counters = Interface::IntfQueueCounterDir;
+
+  /// Errors: range exception when the shared memory cannot be had.
+  explicit QueueCounters(CounterMemory const& memory);
+  QueueCounters(QueueCounters const&) = delete;
+  QueueCounters& operator=(QueueCounters const&) = delete;
+
+  /// Gives output and slices to the agent's reactor, which works until `unwire`.
+  void wire(Module& agent, Zon::Ptr<Zon::ActivityConfig> const& activity);
+  void unwire(Module& agent);
+
+  Zon::Ptr<Zon::Dir> const& slices() const noexcept { return slices_; }
+  /// The interfaces of all slices, as the module gathers them.
+  Zon::Ptr<Interface::AllIntfQueueCounterPtrDir const> output() const noexcept { return output_; }
+  Zon::Ptr<Pelto::ShmemMan const> interfaceBlocks() const noexcept { return interfaceBlocks_; }
+  Zon::Ptr<Pelto::ShmemMan const> queueBlocks() const noexcept { return queueBlocks_; }
+
+  /// Null when absent.
+  Zon::Ptr<Slice> slice(Zon::Name const& name) const;
+  /// Makes an empty slice, in the place of one that is there.
+  Zon::Ptr<Slice> sliceIs(Zon::Name const& name);
+  void sliceDel(Zon::Name const& name);
+  /// Makes an interface of that slice, without counters, in the place of one that is there.
+  Zon::Ptr<Counters> countersIs(Slice& slice, Orvet::IntfId const& intfId);
+  void countersDel(Slice& slice, Orvet::IntfId const& intfId);
+
+ private:
+  void publishAnew(Orvet::IntfId const& intfId);
+
+  Zon::Ptr<Pelto::ShmemMan> const interfaceBlocks_;
+  Zon::Ptr<Pelto::ShmemMan> const queueBlocks_;
+  Zon::Ptr<Zon::Dir> const slices_;
+  Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const output_;
+  Module::Interface reactor_;
+};
+
+}  // namespace VaroHost
