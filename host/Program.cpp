@@ -6,9 +6,12 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include "Zon/Exception.h"
@@ -18,6 +21,7 @@
 #include "host/Output.h"
 #include "host/Plugin.h"
 #include "host/ReplayCommand.h"
+#include "host/Text.h"
 #include "host/TraceSwitches.h"
 #include "host/Trouble.h"
 
@@ -93,6 +97,19 @@ void occupyStandardDescriptors() {
   }
 }
 
+/// What to say when there is no command among the arguments, or a word that is none.
+std::string explainMissingCommand(CLI::App const& app) {
+  std::string text = "expected a command, one of";
+  char const* separator = " ";
+  for (CLI::App const* const command : app.get_subcommands([](CLI::App const*) { return true; })) {
+    text += std::exchange(separator, ", ") + command->get_name();
+  }
+  if (std::vector<std::string> const words = app.remaining(); !words.empty()) {
+    text += fmt::format("; not \"{}\"", excerpt(words.front()));
+  }
+  return text;
+}
+
 int runGuarded(std::function<int()> const& command) {
   try {
     return command();
@@ -123,6 +140,10 @@ int Program::run(int argc, char const* const* argv) {
   try {
     app.parse(argc, argv);
   } catch (CLI::ParseError const& error) {
+    if (dynamic_cast<CLI::RequiredError const*>(&error) != nullptr && app.get_subcommands().empty()) {
+      complain("varo-host: {}\nRun with --help for more information.\n", explainMissingCommand(app));
+      return ExitStatus::trouble;
+    }
     return app.exit(error) == 0 ? ExitStatus::fine : ExitStatus::trouble;
   }
   if (live.duration && std::isnan(*live.duration)) {

@@ -1,10 +1,13 @@
 #include "host/TraceSwitches.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <string_view>
 #include <utility>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "Zon/Trace.h"
 #include "host/Text.h"
@@ -13,6 +16,17 @@
 namespace VaroHost {
 
 namespace {
+
+/// Most facilities are made on first use, so that their existence alone does not tell the names.
+constexpr std::array<std::string_view, 4> knownFacilities = {"Errdisable", "RootPathBase::Zon", "VaroIntf", "Zon"};
+
+void requireKnown(std::string_view facility, std::string_view whole) {
+  bool const isKnown = std::find(knownFacilities.begin(), knownFacilities.end(), facility) != knownFacilities.end();
+  if (!isKnown && !Zon::TraceHandle::exists(facility)) {
+    throw Trouble(fmt::format("--trace {}: nothing traces to \"{}\"; known are {}", excerpt(whole), excerpt(facility),
+                              fmt::join(knownFacilities, ", ")));
+  }
+}
 
 unsigned readLevel(std::string_view text, std::string_view whole) {
   unsigned level = 0;
@@ -34,6 +48,7 @@ void TraceSwitches::apply(std::vector<std::string> const& switches) {
     if (equals == std::string_view::npos || equals == 0) {
       throw Trouble(fmt::format("--trace {}: write FACILITY=LEVEL, such as Errdisable=7", excerpt(whole)));
     }
+    requireKnown(whole.substr(0, equals), whole);
     std::string_view levels = whole.substr(equals + 1);
     while (true) {
       std::size_t const comma = levels.find(',');

@@ -332,6 +332,33 @@ TEST(Replay, WrongUsageIsTrouble) {
   EXPECT_EQ(runHost({"--version"}).status, 0);
 }
 
+TEST(Replay, AWordThatIsNoCommandIsNamed) {
+  for (std::string const word : {"bogus", "--bogus"}) {
+    auto const result = runHost({word});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_TRUE(result.err.starts_with("varo-host: expected a command, one of replay, live")) << result.err;
+    EXPECT_NE(result.err.find("; not \"" + word + "\"\n"), std::string::npos) << result.err;
+  }
+  auto const missing = runHost({});
+  EXPECT_EQ(missing.status, 2);
+  EXPECT_TRUE(missing.err.starts_with("varo-host: expected a command, one of replay, live")) << missing.err;
+  EXPECT_EQ(missing.err.find("not"), std::string::npos) << missing.err;
+  EXPECT_EQ(runHost({"replay"}).err, "FILE is required\nRun with --help for more information.\n");
+}
+
+TEST(Replay, AFacilityNobodyTracesToIsTrouble) {
+  auto const result = replay(add, {"--trace", "Errdisable=7", "--trace", "Erdisable=7"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "varo-host: --trace Erdisable=7: nothing traces to \"Erdisable\"; known are Errdisable, "
+                        "RootPathBase::Zon, VaroIntf, Zon\n");
+  for (std::string const facility : {"Errdisable", "RootPathBase::Zon", "VaroIntf", "Zon"}) {
+    auto const known = replay("", {"--trace", facility + "=0"});
+    EXPECT_EQ(known.status, 0) << facility << known.err;
+  }
+}
+
 TEST(Replay, AnotherPluginCanBeNamed) {
   EXPECT_EQ(replay(add, {"--plugin", VARO_LIBVARO_FILE}).status, 0);
   auto const result = replay(add, {"--plugin", VARO_LIBZON_FILE});
