@@ -1,10 +1,9 @@
 #include "host/FileWatch.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstddef>
 #include <cstring>
-#include <string_view>
 #include <utility>
 
 #include <fmt/format.h>
@@ -12,6 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/LinkedPath.h"
 #include "host/Text.h"
 #include "host/Trouble.h"
 
@@ -19,40 +19,64 @@ namespace VaroHost {
 
 namespace {
 
-/// How long a file may be away or unfinished while it is exchanged.
-constexpr std::chrono::milliseconds settlingTime{100};
+/// How long nothing must happen before a change is told, and how long it may be put off by that.
+constexpr std::chrono::milliseconds quietTime{200};
+constexpr std::chrono::milliseconds longestDelay{1000};
 
-/// A new name brings content with it only when it is another name of something older: what was just opened for writing
-/// is empty still, and its end will be told.
-bool bringsContent(std::string const& file) {
+constexpr std::uint32_t writing = IN_MODIFY | IN_CLOSE_WRITE;
+constexpr std::uint32_t coming = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
+
+/// A new name brings content with it when it is another name of something older; a new file is empty still.
+bool isNewFile(std::string const& file) {
   struct stat facts {};
-  return ::lstat(file.c_str(), &facts) == 0 && (S_ISLNK(facts.st_mode) || facts.st_nlink > 1);
+  return ::lstat(file.c_str(), &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_nlink == 1;
+}
+
+std::string directoryOf(std::string const& file) {
+  std::size_t const slash = file.rfind('/');
+  return slash == std::string::npos ? "." : slash == 0 ? "/" : file.substr(0, slash);
 }
 
 }  // namespace
 
-FileWatch::FileWatch(asio::io_context& loop, std::string file, std::function<void()> changed)
+FileWatch::FileWatch(asio::io_context& loop, std::string file, std::function<void(Content)> changed)
   : file_(std::move(file)), changed_(std::move(changed)), events_(loop), timer_(loop) {
-  std::size_t const slash = file_.rfind('/');
-  std::string const directory = slash == std::string::npos ? "." : slash == 0 ? "/" : file_.substr(0, slash);
-  name_ = slash == std::string::npos ? file_ : file_.substr(slash + 1);
   int const descriptor = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
   if (descriptor < 0) {
     throw Trouble("inotify", errno);
   }
   events_.assign(descriptor);
-  constexpr std::uint32_t wanted = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE | IN_ONLYDIR;
-  if (::inotify_add_watch(descriptor, directory.c_str(), wanted) < 0) {
+  std::string const directory = directoryOf(file_);
+  if (::inotify_add_watch(descriptor, directory.c_str(), writing | coming | IN_ONLYDIR) < 0) {
     throw Trouble(fmt::format("cannot watch the directory {}", printable(directory)), errno);
   }
-  watchFile();
+  follow();
   wait();
 }
 
-void FileWatch::watchFile() {
-  int const watch = ::inotify_add_watch(events_.native_handle(), file_.c_str(), IN_CLOSE_WRITE);
+void FileWatch::follow() {
+  int const descriptor = events_.native_handle();
+  std::map<int, Place> places;
+  LinkedPath::walk(file_, [&](std::string const& directory, std::string const& name) {
+    // One that cannot be watched (search permission alone) leaves us with the others.
+    int const watch = ::inotify_add_watch(descriptor, directory.c_str(), writing | coming | IN_ONLYDIR);
+    if (watch >= 0) {
+      Place& place = places[watch];
+      place.directory = directory;
+      place.names.insert(name);
+    }
+  });
+  for (auto const& [watch, place] : std::exchange(places_, std::move(places))) {
+    if (!places_.contains(watch)) {
+      ::inotify_rm_watch(descriptor, watch);
+    }
+  }
+  // The file itself too: it may be written under another of its names.
+  struct stat facts {};
+  bool const isFile = ::stat(file_.c_str(), &facts) == 0 && S_ISREG(facts.st_mode);
+  int const watch = isFile ? ::inotify_add_watch(descriptor, file_.c_str(), writing) : -1;
   if (watch != fileWatch_ && fileWatch_ >= 0) {
-    ::inotify_rm_watch(events_.native_handle(), fileWatch_);
+    ::inotify_rm_watch(descriptor, fileWatch_);
   }
   fileWatch_ = watch;
 }
@@ -69,32 +93,45 @@ void FileWatch::wait() {
 void FileWatch::receive() {
   alignas(inotify_event) char buffer[16384];
   ssize_t length = 0;
+  bool isOurs = false;
   while ((length = ::read(events_.native_handle(), buffer, sizeof buffer)) > 0) {
     for (std::size_t at = 0; at < static_cast<std::size_t>(length);) {
       inotify_event event{};
       std::memcpy(&event, buffer + at, sizeof event);
       std::string_view const name = event.len != 0 ? std::string_view(buffer + at + sizeof event) : "";
       at += sizeof event + event.len;
-      bool const isOurs = event.wd == fileWatch_ || name == name_ || (event.mask & IN_Q_OVERFLOW) != 0;
-      bool const isBirth = (event.mask & IN_CREATE) != 0;
-      if (isOurs && (!isBirth || bringsContent(file_))) {
-        settle();
-      }
+      isOurs = handle(event.wd, event.mask, name) || isOurs;
     }
+  }
+  if (isOurs) {
+    settle();
   }
 }
 
-void FileWatch::settle() {
-  // Not prolonged by further events: a file that is written all the time is still read.
-  if (std::exchange(isSettling_, true)) {
-    return;
+bool FileWatch::handle(int watch, std::uint32_t mask, std::string_view name) {
+  auto const place = places_.find(watch);
+  bool const isOverflow = (mask & IN_Q_OVERFLOW) != 0;
+  // An event without a name is about the directory itself.
+  bool const isOfPlace = place != places_.end() && (name.empty() || place->second.names.contains(name));
+  if (!isOverflow && !isOfPlace && watch != fileWatch_) {
+    return false;
   }
-  timer_.expires_after(settlingTime);
+  bool const isBirth = isOfPlace && (mask & IN_CREATE) != 0 && isNewFile(place->second.directory + std::string(name));
+  content_ = (mask & IN_MODIFY) != 0 || isBirth ? Content::beingWritten : Content::whole;
+  if ((mask & writing) == 0) {
+    follow();
+  }
+  return true;
+}
+
+void FileWatch::settle() {
+  auto const now = Clock::now();
+  since_ = since_.value_or(now);
+  timer_.expires_at(std::min(now + quietTime, *since_ + longestDelay));
   timer_.async_wait([this](asio::error_code const& error) {
     if (!error) {
-      isSettling_ = false;
-      watchFile();
-      changed_();
+      since_.reset();
+      changed_(content_);
     }
   });
 }

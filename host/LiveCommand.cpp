@@ -21,6 +21,9 @@ namespace VaroHost {
 
 namespace {
 
+/// How long the end waits for the kernel to tell of what was released.
+constexpr std::chrono::seconds echoPatience{2};
+
 constexpr off_t maxErrdisableBytes = 16 << 20;
 
 using WallClock = std::chrono::system_clock;
@@ -55,8 +58,9 @@ int LiveCommand::run() {
     }
   });
   if (!options_.errdisableFile.empty()) {
-    errdisableWatch_.emplace(loop_, options_.errdisableFile, [this] { loadErrdisable(); });
-    loadErrdisable();
+    errdisableWatch_.emplace(loop_, options_.errdisableFile,
+                             [this](FileWatch::Content content) { loadErrdisable(content); });
+    loadErrdisable(FileWatch::Content::whole);
   }
   monitor_.start();
   std::exception_ptr trouble;
@@ -71,12 +75,23 @@ int LiveCommand::run() {
   if (trouble) {
     std::rethrow_exception(trouble);
   }
+  awaitEchoes();
   // Where only a moment was asked for, its table has been printed; JSON is one document, at the end.
   if (isShown_ && (options_.goesOn() || options_.isJson)) {
     out_.write(options_.isFollowing && !options_.isJson ? "\n" : "");
     show();
   }
   return status_;
+}
+
+void LiveCommand::awaitEchoes() {
+  end_.cancel();
+  asio::steady_timer patience(loop_, echoPatience);
+  bool isOver = false;
+  patience.async_wait([&isOver](asio::error_code const&) { isOver = true; });
+  loop_.restart();
+  while (links_.awaitsEcho() && !isOver && !out_.ended() && loop_.run_one() != 0) {
+  }
 }
 
 void LiveCommand::stop() { loop_.stop(); }
@@ -188,9 +203,11 @@ std::optional<std::string> LiveCommand::readErrdisable() {
   return text;
 }
 
-void LiveCommand::loadErrdisable() {
+void LiveCommand::loadErrdisable(FileWatch::Content content) {
   auto const text = readErrdisable();
-  if (!text) {
+  // Who emptied the file or is in the middle of a line will go on or close it, and we hear of either.
+  bool const isUnfinished = content == FileWatch::Content::beingWritten && text && !text->ends_with('\n');
+  if (!text || isUnfinished) {
     return;
   }
   auto const list = ErrdisableList::parse(*text);

@@ -6,7 +6,8 @@
 /// Guarantees
 ///   A  Without `--enforce` the machine is never changed.
 ///   B  On a clean end (signal, time over, reader gone, trouble) everything held is released, unless `--leave-down`.
-///   C  A bad errdisable file is reported line by line; the content before it stays in force.
+///   C  The last table is printed after that, and after the kernel has told of each link set up (or two seconds).
+///   D  A bad errdisable file is reported line by line; the content before it stays in force.
 ///
 /// Use
 ///
@@ -47,9 +48,11 @@ class LiveCommand final : private LiveLinks::Events {
   void failed(std::string const& text) override;
   void synchronized() override;
 
-  void loadErrdisable();
+  void loadErrdisable(FileWatch::Content content);
   /// The file's content, empty when it does not exist, nothing when it cannot be read (which is reported).
   std::optional<std::string> readErrdisable();
+  /// Lets the kernel tell of what was just released, so that the last table shows it.
+  void awaitEchoes();
   void show();
   void stop();
 

@@ -1,5 +1,6 @@
 #include "host/LiveLinks.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -168,7 +169,7 @@ void LiveLinks::review(std::string const& name) {
 }
 
 void LiveLinks::review(Entry& entry) {
-  if (switch_ == nullptr || entry.name.empty()) {
+  if (switch_ == nullptr || isReleased_ || entry.name.empty()) {
     return;
   }
   auto const listed = device_.errdisable()->errdisabledIntf(entry.name);
@@ -215,12 +216,17 @@ bool LiveLinks::act(Entry& entry, bool up) {
 }
 
 void LiveLinks::releaseAll() {
+  isReleased_ = true;
   for (auto& [index, entry] : links_) {
     if (entry.isHeld && act(entry, true)) {
       entry.isHeld = false;
       events_.enforced(fmt::format("{}: set up again", printable(entry.name)));
     }
   }
+}
+
+bool LiveLinks::awaitsEcho() const {
+  return std::any_of(links_.begin(), links_.end(), [](auto const& link) { return !link.second.expected.empty(); });
 }
 
 }  // namespace VaroHost

@@ -55,8 +55,10 @@ class LiveLinks final : public LinkMonitor::Listener {
 
   /// Makes the errdisabled list what the map says: name to reason.
   void errdisabledIs(std::map<std::string, std::string> const& entries);
-  /// Sets up whatever is held.
+  /// Sets up whatever is held; from then on the machine is left alone.
   void releaseAll();
+  /// Whether the kernel has yet to tell of one of our acts.
+  bool awaitsEcho() const;
 
   LinkFacts const* facts(Zon::String8 const& name) const;
 
@@ -83,6 +85,7 @@ class LiveLinks final : public LinkMonitor::Listener {
   std::map<int, Entry> links_;
   std::map<std::string, int, std::less<>> byName_;
   bool isSynchronized_ = false;
+  bool isReleased_ = false;
 };
 
 }  // namespace VaroHost

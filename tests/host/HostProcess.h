@@ -17,22 +17,29 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
+
+/// What standard output and error of a program are. Terminals are two, one each, and change no byte.
+enum class Outlet { pipe, terminal };
 
 /// A program that runs beside the test.
 class HostProcess {
  public:
   /// \param input what standard input holds; stays open while `keepsInput`
   explicit HostProcess(std::vector<std::string> arguments, std::string_view input = "", bool keepsInput = false,
-                       std::vector<std::string> program = {VARO_HOST_PROGRAM}) {
+                       std::vector<std::string> program = {VARO_HOST_PROGRAM}, Outlet outlet = Outlet::pipe) {
     arguments.insert(arguments.begin(), program.begin(), program.end());
     int in[2];
     int out[2];
     int err[2];
-    if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0) {
+    if (::pipe2(in, O_CLOEXEC) != 0) {
       throw std::runtime_error("pipe");
     }
+    open(outlet, out);
+    open(outlet, err);
     std::vector<char*> words;
     for (std::string& argument : arguments) {
       words.push_back(argument.data());
@@ -101,6 +108,11 @@ class HostProcess {
     }
   }
   void signal(int number) const { ::kill(child_, number); }
+  /// Stops the program until it is sent SIGCONT; returns once it stands still.
+  void stop() const {
+    signal(SIGSTOP);
+    ::waitpid(child_, nullptr, WUNTRACED);
+  }
 
   std::string const& out() const { return streams_[0].text; }
   std::string const& err() const { return streams_[1].text; }
@@ -133,6 +145,23 @@ class HostProcess {
 
   // How long before a test gives up; nothing is measured by it.
   static constexpr std::chrono::milliseconds patience{60000};
+
+  /// Where to read, and where the program writes.
+  static void open(Outlet outlet, int (&ends)[2]) {
+    if (outlet == Outlet::pipe) {
+      if (::pipe2(ends, O_CLOEXEC) != 0) {
+        throw std::runtime_error("pipe");
+      }
+      return;
+    }
+    termios settings{};
+    ::cfmakeraw(&settings);
+    if (::openpty(&ends[0], &ends[1], nullptr, &settings, nullptr) != 0) {
+      throw std::runtime_error("openpty");
+    }
+    ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
+    ::fcntl(ends[1], F_SETFD, FD_CLOEXEC);
+  }
 
   bool waitFor(Stream& stream, std::string_view text, std::size_t from) {
     return waitUntil([&] { return stream.text.find(text, from) != std::string::npos; });

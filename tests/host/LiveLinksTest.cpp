@@ -269,6 +269,22 @@ TEST(LiveLinks, ReleaseAllSetsUpWhatIsHeldAndNothingElse) {
   EXPECT_EQ(bench.take(), Strings{});
 }
 
+TEST(LiveLinks, WhatIsReleasedIsLeftAloneThoughItsEntryStands) {
+  Bench bench;
+  bench.link(1, "a", true);
+  bench.links.onSynchronized();
+  EXPECT_FALSE(bench.links.awaitsEcho());
+  bench.errdisable({{"a", "udld"}});
+  bench.link(1, "a", false);
+  bench.links.releaseAll();
+  EXPECT_TRUE(bench.links.awaitsEcho());
+  bench.take();
+  bench.link(1, "a", true);
+  EXPECT_FALSE(bench.links.awaitsEcho());
+  bench.link(1, "a", true);
+  EXPECT_EQ(bench.take(), Strings{});
+}
+
 TEST(LiveLinks, ARefusalOfTheKernelIsSaidOnceAndTriedAgain) {
   Bench bench;
   bench.link(1, "a", true);
