@@ -2,8 +2,6 @@
 
 #include "VaroErrdisable/VaroErrdisableIntf.h"
 
-#include <ios>
-
 #include "VaroErrdisable/Root.h"
 #include "Zon/AttrTable.h"
 
@@ -24,9 +22,7 @@ constinit Zon::LazyTraceHandle const traceFacility("Errdisable");
 
 namespace {
 
-std::ios_base::Init const streams;
-Zon::TraceHandle const rootFacility("RootPathBase::Zon", false);
-[[maybe_unused]] bool const isRegistered = zonTypeModule.registerTypes();
+Zon::ModuleInitialiser const initialiser(zonTypeModule);
 
 }  // namespace
 

@@ -2,8 +2,6 @@
 
 #include "VaroIntf/VaroIntf.h"
 
-#include <ios>
-
 #include "VaroIntf/Agent.h"
 #include "Zon/AttrTable.h"
 
@@ -29,9 +27,7 @@ constinit Zon::LazyTraceHandle const traceFacility("VaroIntf");
 
 namespace {
 
-std::ios_base::Init const streams;
-Zon::TraceHandle const rootFacility("RootPathBase::Zon", false);
-[[maybe_unused]] bool const isRegistered = zonTypeModule.registerTypes();
+Zon::ModuleInitialiser const initialiser(zonTypeModule);
 
 }  // namespace
 

@@ -16,7 +16,10 @@ std::uint32_t ActivityConfig::zonDispatch() {
 
 std::uint32_t ActivityConfig::zonPending() const noexcept { return machine_ != nullptr ? machine_->zonPending() : 0; }
 
-ActivitySm::ActivitySm(Ptr<ActivityConfig> const& config) noexcept : config_(config) { config_->machine_ = this; }
+ActivitySm::ActivitySm(Ptr<ActivityConfig> const& config) noexcept
+  : config_(config), deferring_(config->delivery() == ActivityConfig::Delivery::deferring) {
+  config_->machine_ = this;
+}
 
 ActivitySm::~ActivitySm() {
   config_->machine_ = nullptr;

@@ -61,7 +61,7 @@ class ActivitySm : public PtrInterface {
   ~ActivitySm() override;
 
   Ptr<ActivityConfig> activityConfig() const noexcept { return config_; }
-  bool isDeferring() const noexcept { return config_->delivery() == ActivityConfig::Delivery::deferring; }
+  bool isDeferring() const noexcept { return deferring_; }
 
   /// Runs one round; returns the number of watchers served, 0 from inside a round.
   std::uint32_t zonDispatch();
@@ -84,7 +84,8 @@ class ActivitySm : public PtrInterface {
 
   static bool serve(NotifieeConst& notifiee, ActivityConfig* config);
 
-  Ptr<ActivityConfig> config_;
+  Ptr<ActivityConfig> const config_;
+  bool const deferring_;
   Queue queue_;
   Queue round_;
   std::uint32_t pending_ = 0;

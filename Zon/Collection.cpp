@@ -16,9 +16,17 @@ void checkAdoptable(Entity const& owner, Ptr<Entity> const& member) {
   }
 }
 
-void adopt(Entity& owner, AttributeId id, Entity& member) {
-  member.parentAttrIdIs(id);
-  member.parentIs(&owner);
+void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entity> const& added) {
+  added->parentAttrIdIs(id);
+  added->zonMoveUnder(&owner);
+  if (replaced) {
+    replaced->zonMoveUnder(nullptr);
+    replaced->parentIs(nullptr);
+  }
+  // A watcher of the replaced one's parent may have taken the new one out again.
+  if (added->zonIsChildOf(&owner)) {
+    added->parentIs(&owner);
+  }
 }
 
 }  // namespace Zon

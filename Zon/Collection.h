@@ -9,7 +9,8 @@
 ///      removing an absent key is silent.
 ///   B  The change is complete before the first watcher hears of it. A replacement is one keyed change; removing the
 ///      whole collection announces every key.
-///   C  A replaced entry changes in place: the map's counters do not move, iterators stay where they are.
+///   C  A replaced entry changes in place: the map's counters do not move, iterators stay where they are. A replaced
+///      member of an owning collection leaves the map and the new one enters it.
 ///   D  An owning collection is the parent of its members, under its own attribute id; what has another parent is
 ///      refused and nothing changes.
 ///   E  Null is refused with the range exception "null ValidPtr".
@@ -131,48 +132,15 @@ class CollectionNotifier {
   }
 };
 
-template <class X, class Entry>
-class ValueCollection : private CollectionNotifier<X> {
+/// The keyed map of a collection of X, and what every collection does with it. `It` and `ItConst` walk it.
+template <class X, class M, class K, class It = typename HashMap<M, K>::Iterator,
+          class ItConst = typename HashMap<M, K>::IteratorConst>
+class MapCollection : private CollectionNotifier<X> {
  public:
-  using Key = typename Entry::ZonKey;
-  using Value = typename Entry::ZonValue;
-  using Map = HashMap<Entry, Key>;
-  using Iterator = EntryIterator<Entry, false>;
-  using IteratorConst = EntryIterator<Entry, true>;
-
-  /// The entry of a key, null when absent; not counted.
-  Entry* find(Key const& key) const { return map_.find(key); }
-
-  void set(X& owner, Key const& key, Value value) {
-    Ptr<X> const held(&owner);
-    if (store(key, value)) {
-      this->tellKey(owner, key);
-    }
-  }
-
-  /// Stores without telling anybody; false when an equal value was there. `value` is exchanged for the old one, so
-  /// that the caller decides when that goes.
-  bool store(Key const& key, Value& value) {
-    if (Entry* const entry = find(key)) {
-      return entry->zonExchange(value);
-    }
-    map_.newMember(newPtr<Entry>(key, value), Map::hashOf(key));
-    return true;
-  }
-
-  Ptr<Entry> del(X& owner, Key const& key) { return tellRemoved(owner, take(key)); }
-  Ptr<Entry> del(X& owner, Iterator& at) { return tellRemoved(owner, take(at)); }
-
-  /// Removes without telling anybody.
-  Ptr<Entry> take(Key const& key) { return map_.memberDel(key); }
-  Ptr<Entry> take(Iterator& at) { return map_.memberDel(at.zonEntry()); }
-
-  void delAll(X& owner) {
-    Ptr<X> const held(&owner);
-    for (Iterator entry(map_); entry; entry.advance()) {
-      del(owner, entry);
-    }
-  }
+  using Key = K;
+  using Map = HashMap<M, K>;
+  using Iterator = It;
+  using IteratorConst = ItConst;
 
   void notify(X& owner, Key const& key) { this->tellKey(owner, key); }
   void notify(X& owner) { this->tellAll(owner); }
@@ -182,16 +150,81 @@ class ValueCollection : private CollectionNotifier<X> {
   IteratorConst iteratorConst() const { return IteratorConst(map_); }
   std::uint32_t members() const noexcept { return map_.members(); }
 
- private:
-  Ptr<Entry> tellRemoved(X& owner, Ptr<Entry> removed) {
+ protected:
+  /// The member of a key, null when absent; not counted.
+  M* find(Key const& key) const { return map_.find(key); }
+  /// REQUIRES: there is no member of that key.
+  void add(Ptr<M> const& member, Key const& key) { map_.newMember(member, Map::hashOf(key)); }
+
+  /// Removes without telling anybody; null when absent.
+  Ptr<M> take(Key const& key) { return map_.memberDel(key); }
+  Ptr<M> take(Iterator& at) {
+    if constexpr (std::is_same_v<Iterator, typename Map::Iterator>) {
+      return map_.memberDel(at);
+    } else {
+      return map_.memberDel(at.zonEntry());
+    }
+  }
+
+  /// Removes the member of a key or under an iterator, does `leave` with it and tells; null when absent.
+  template <class Where, class Leave>
+  Ptr<M> remove(X& owner, Where& where, Leave const& leave) {
+    Ptr<M> removed = take(where);
     if (removed) {
       Ptr<X> const held(&owner);
-      this->tellKey(owner, removed->fwkKey());
+      leave(*removed);
+      notify(owner, removed->fwkKey());
     }
     return removed;
   }
 
+  template <class Leave>
+  void removeAll(X& owner, Leave const& leave) {
+    Ptr<X> const held(&owner);
+    for (Iterator at(map_); at; at.advance()) {
+      remove(owner, at, leave);
+    }
+  }
+
+ private:
   Map map_;
+};
+
+template <class X, class Entry>
+class ValueCollection
+  : public MapCollection<X, Entry, typename Entry::ZonKey, EntryIterator<Entry, false>, EntryIterator<Entry, true>> {
+ public:
+  using Key = typename Entry::ZonKey;
+  using Value = typename Entry::ZonValue;
+
+  using ValueCollection::MapCollection::find;
+
+  void set(X& owner, Key const& key, Value value) {
+    Ptr<X> const held(&owner);
+    if (store(key, value)) {
+      this->notify(owner, key);
+    }
+  }
+
+  /// Stores without telling anybody; false when an equal value was there. `value` is exchanged for the old one, so
+  /// that the caller decides when that goes.
+  bool store(Key const& key, Value& value) {
+    if (Entry* const entry = find(key)) {
+      return entry->zonExchange(value);
+    }
+    this->add(newPtr<Entry>(key, value), key);
+    return true;
+  }
+
+  /// \param leave is done with what was removed, before anybody is told.
+  template <class Where, class... Leave>
+  Ptr<Entry> del(X& owner, Where&& where, Leave const&... leave) {
+    return this->remove(owner, where, [&](Entry& removed) { (leave(removed), ...); });
+  }
+  template <class... Leave>
+  void delAll(X& owner, Leave const&... leave) {
+    this->removeAll(owner, [&](Entry& removed) { (leave(removed), ...); });
+  }
 };
 
 template <class X, class Entry>
@@ -210,7 +243,6 @@ class PointerCollection : private ValueCollection<X, Entry> {
   using Base::members;
   using Base::notify;
   using Base::store;
-  using Base::take;
 
   /// The entity of a key, null when absent.
   Pointer ptr(Key const& key) const {
@@ -220,80 +252,47 @@ class PointerCollection : private ValueCollection<X, Entry> {
   /// REQUIRES: `pointer` is not null.
   void set(X& owner, Key const& key, Pointer const& pointer) { Base::set(owner, key, pointer); }
 
-  template <class Where>
-  Pointer del(X& owner, Where&& where) {
-    auto const removed = Base::del(owner, where);
+  template <class Where, class... Leave>
+  Pointer del(X& owner, Where&& where, Leave const&... leave) {
+    auto const removed = Base::del(owner, where, leave...);
     return removed ? removed->ptr() : Pointer();
   }
 };
 
 /// Refuses null and what has another parent.
 void checkAdoptable(Entity const& owner, Ptr<Entity> const& member);
-/// Makes `owner` the parent of `member`, under the attribute `id`.
-void adopt(Entity& owner, AttributeId id, Entity& member);
+/// Makes `owner` the parent of `added`, under the attribute `id`, in place of `replaced` (null allowed). Both have moved
+/// before the watchers of either hear of it.
+void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entity> const& added);
 
 /// M is both entity and map member, filed under its own `fwkKey()`.
 template <class X, class M, class K>
-class OwningCollection : private CollectionNotifier<X> {
+class OwningCollection : public MapCollection<X, M, K> {
  public:
-  using Map = HashMap<M, K>;
-  using Iterator = typename Map::Iterator;
-  using IteratorConst = typename Map::IteratorConst;
-
-  Ptr<M> ptr(K const& key) const { return map_.member(key); }
+  Ptr<M> ptr(K const& key) const { return Ptr<M>(this->find(key)); }
 
   void set(X& owner, Ptr<M> const& member) {
     checkAdoptable(owner, member);
     Ptr<X> const held(&owner);
     Ptr<M> const added(member);  // NOLINT(performance-unnecessary-copy-initialization): a callback may change it
     K const key = added->fwkKey();
-    Ptr<M> const old = map_.member(key);
-    if (old == added) {
+    if (this->find(key) == added.ptr()) {
       return;
     }
-    if (old) {
-      map_.memberDel(key);
-    }
-    map_.newMember(added, Map::hashOf(key));
-    if (old) {
-      old->parentIs(nullptr);
-    }
-    // A watcher of the old member's parent may have taken the new one out again.
-    if (map_.find(key) == added) {
-      adopt(owner, X::NotifieeConst::zonCollection.id, *added);
-    }
-    this->tellKey(owner, key);
+    Ptr<M> const replaced = this->take(key);
+    this->add(added, key);
+    adopt(owner, X::NotifieeConst::zonCollection.id, replaced, added);
+    this->notify(owner, key);
   }
 
-  Ptr<M> del(X& owner, K const& key) { return tellRemoved(owner, map_.memberDel(key)); }
-  Ptr<M> del(X& owner, Iterator& at) { return tellRemoved(owner, map_.memberDel(at)); }
-
-  void delAll(X& owner) {
-    Ptr<X> const held(&owner);
-    for (Iterator member(map_); member; member.advance()) {
-      del(owner, member);
-    }
+  template <class Where>
+  Ptr<M> del(X& owner, Where&& where) {
+    return this->remove(owner, where, letGo);
   }
-
-  void notify(X& owner, K const& key) { this->tellKey(owner, key); }
-  void notify(X& owner) { this->tellAll(owner); }
-
-  Map const& map() const noexcept { return map_; }
-  Iterator iterator() { return Iterator(map_); }
-  IteratorConst iteratorConst() const { return IteratorConst(map_); }
-  std::uint32_t members() const noexcept { return map_.members(); }
+  void delAll(X& owner) { this->removeAll(owner, letGo); }
 
  private:
-  Ptr<M> tellRemoved(X& owner, Ptr<M> removed) {
-    if (removed) {
-      Ptr<X> const held(&owner);
-      removed->parentIs(nullptr);
-      this->tellKey(owner, removed->fwkKey());
-    }
-    return removed;
-  }
-
-  Map map_;
+  static void letGo(M& removed) { removed.parentIs(nullptr); }
 };
 
 }  // namespace Zon

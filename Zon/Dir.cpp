@@ -18,52 +18,37 @@ void Dir::entityPtrIs(Ptr<Entity> const& entity) {
   Ptr<Entity> const added(entity);  // NOLINT(performance-unnecessary-copy-initialization): callbacks may change it
   Name const key = added->name();
   Ptr<Entity> exchanged = added;
-  Ptr<Entity> const old = entries_.ptr(key);
+  Ptr<Entity> const replaced = entries_.ptr(key);
   if (!entries_.store(key, exchanged)) {
     return;
   }
-  if (ptrCast<Dir>(old)) {
+  if (ptrCast<Dir>(replaced)) {
     subdirs_.memberDel(key);
   }
   if (Ptr<Dir> const subdir = ptrCast<Dir>(added)) {
     subdirs_.newMember(subdir, HashMap<Dir, Name>::hashOf(key));
   }
-  if (old) {
-    old->parentIs(nullptr);
-  }
-  // A watcher of the old entry's parent may have taken the new one out again.
-  if (entries_.ptr(key) == added) {
-    adopt(*this, NotifieeConst::zonCollection.id, *added);
-  }
+  adopt(*this, NotifieeConst::zonCollection.id, replaced, added);
   entries_.notify(*this, key);
 }
 
-Ptr<Entity> Dir::entityPtrDel(Name name) { return tellRemoved(entries_.take(name)); }
-
-Ptr<Entity> Dir::entityPtrDel(EntityPtrIterator& at) { return tellRemoved(entries_.take(at)); }
-
-Ptr<Entity> Dir::tellRemoved(Ptr<ZonEntityPtr> const& entry) {
-  if (!entry) {
-    return {};
-  }
-  Ptr<Dir> const self(this);
-  release(*entry->ptr());
-  entries_.notify(*this, entry->fwkKey());
-  return entry->ptr();
+Ptr<Entity> Dir::entityPtrDel(Name name) {
+  return entries_.del(*this, name, [this](ZonEntityPtr& entry) { leave(*entry.ptr()); });
 }
 
-void Dir::release(Entity& entity) {
-  if (auto* const subdir = dynamic_cast<Dir*>(&entity)) {
-    subdirs_.memberDel(subdir->fwkKey());
-  }
-  entity.parentIs(nullptr);
+Ptr<Entity> Dir::entityPtrDel(EntityPtrIterator& at) {
+  return entries_.del(*this, at, [this](ZonEntityPtr& entry) { leave(*entry.ptr()); });
 }
 
 void Dir::entityPtrDelAll() {
-  Ptr<Dir> const self(this);
-  for (EntityPtrIterator entry = entityPtrIterator(); entry; entry.advance()) {
-    entityPtrDel(entry);
+  entries_.delAll(*this, [this](ZonEntityPtr& entry) { leave(*entry.ptr()); });
+}
+
+void Dir::leave(Entity& removed) {
+  if (auto* const subdir = dynamic_cast<Dir*>(&removed)) {
+    subdirs_.memberDel(subdir->fwkKey());
   }
+  removed.parentIs(nullptr);
 }
 
 void Dir::entityPtrNotify(Name const& name) { entries_.notify(*this, name); }

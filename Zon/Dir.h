@@ -65,8 +65,7 @@ class Dir : public PlatformEntity<Dir>, public HashMapLink<Dir> {
  private:
   friend WatchedAccess;
 
-  void release(Entity& entity);
-  Ptr<Entity> tellRemoved(Ptr<ZonEntityPtr> const& entry);
+  void leave(Entity& removed);
 
   mutable WatcherList<NotifieeConst> zonNotifiees_;
   PointerCollection<Dir, ZonEntityPtr> entries_;

@@ -22,8 +22,14 @@ Ptr<Entity const> Entity::parent() const { return parent_; }
 Ptr<Entity> Entity::parent() { return parent_; }
 
 void Entity::parentIs(Ptr<Entity> const& parent) {
-  if (parent.ptr() != parent_) {
-    linkTo(parent.ptr());
+  zonMoveUnder(parent.ptr());
+  parentUntold_ = false;
+}
+
+void Entity::zonMoveUnder(Entity* parent) noexcept {
+  if (parent != parent_) {
+    linkTo(parent);
+    parentUntold_ = true;
   }
 }
 

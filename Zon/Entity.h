@@ -57,12 +57,19 @@ class Entity : public PtrInterface {
 
   bool zonHasParent() const noexcept { return parent_ != nullptr; }
   bool zonIsChildOf(Entity const* entity) const noexcept { return parent_ == entity; }
+  /// Places the entity without a word; the next `parentIs` of the same parent tells.
+  void zonMoveUnder(Entity* parent) noexcept;
+
+ protected:
+  /// Whether `parentIs` of that parent changes something, or tells of a change made before.
+  bool zonHasParentToTell(Entity const* parent) const noexcept { return parent_ != parent || parentUntold_; }
 
  private:
   void linkTo(Entity* parent) noexcept;
 
   Name const name_;
   AttributeId parentAttrId_ = 0;
+  bool parentUntold_ = false;
   // The parent and its doubly linked list of children, none of it counted.
   Entity* parent_ = nullptr;
   Entity* firstChild_ = nullptr;

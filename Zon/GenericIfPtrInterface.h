@@ -74,6 +74,8 @@ class TableGenericIf final
  public:
   explicit TableGenericIf(Ptr<X> const& object) : Base(X::_fwkType(), object, false) {}
   explicit TableGenericIf(Ptr<X const> const& object) : Base(X::_fwkType(), object, true) {}
+  template <std::derived_from<X> Derived>
+  explicit TableGenericIf(Ptr<Derived> const& object) : Base(X::_fwkType(), object, std::is_const_v<Derived>) {}
 };
 
 }  // namespace Zon

@@ -255,8 +255,8 @@ V* HashMap<V, K>::seekBehind(V const* member, int* bucket) const {
 
 template <class V, class K>
 auto HashMap<V, K>::seekFirst() const noexcept -> Place {
-  PtrInterface* const* bucket = buckets_ - 1;
-  V* const first = Member::of(nextHead(bucket));
+  PtrInterface* const* bucket = nullptr;
+  V* const first = Member::of(firstHead(bucket));
   return {first, bucket};
 }
 
@@ -265,7 +265,7 @@ template <class V, class K>
 [[gnu::noinline]] auto HashMap<V, K>::seekFrom(V const* member) const noexcept -> Place {
   int bucket = -1;
   V* const next = seekBehind(member, &bucket);
-  return {next, buckets_ + bucket};
+  return {next, next != nullptr ? buckets_ + bucket : nullptr};
 }
 
 template <class V, class K>

@@ -118,10 +118,11 @@ class HashMapGeneric {
   /// end.
   PtrInterface* findNextG(HashMapVTableGeneric* operations, int position, int, PtrInterface const* member, int* bucket,
                           void* key) const;
-  /// Moves `*bucket` to the next bucket that is not empty and returns its head; null, and -1, at the end.
+  /// Moves `*bucket` to the next bucket that is not empty, from -1 to the first, and returns its head; null, and -1,
+  /// at the end.
   PtrInterface* findNextBucketG(int* bucket) const noexcept {
-    PtrInterface* const* at = buckets_ + *bucket;
-    PtrInterface* const head = nextHead(at);
+    PtrInterface* const* at = buckets_;
+    PtrInterface* const head = *bucket < 0 ? firstHead(at) : nextHead(at += *bucket);
     *bucket = head == nullptr ? -1 : static_cast<int>(at - buckets_);
     return head;
   }
@@ -142,6 +143,11 @@ class HashMapGeneric {
     return buckets_ + (std::uint64_t{hash} >> shift_);
   }
 
+  /// Moves `bucket` to the first one that is not empty and returns its head, null at the end.
+  PtrInterface* firstHead(PtrInterface* const*& bucket) const noexcept {
+    bucket = buckets_;
+    return *bucket != nullptr ? *bucket : nextHead(bucket);
+  }
   /// Moves `bucket` on to the next one that is not empty and returns its head, null at the end.
   static PtrInterface* nextHead(PtrInterface* const*& bucket) noexcept {
     for (PtrInterface* const* at = bucket;; at += 4) {

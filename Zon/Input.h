@@ -112,13 +112,13 @@ class Input : public ReactingWatcher<Watcher> {
   void zonOwnerIs(Owner* owner) noexcept { owner_ = owner; }
 
  protected:
-  /// The gate's question. Most inputs have no activity: for them the answer is found here.
+  /// The gate's question, `zonOnAttribute`, asked where the activity is at hand.
   bool zonIsDeferred(AttributeId id, unsigned char* pendingCount) {
-    if (actsm_) {
-      return this->zonOnAttribute(id, pendingCount);
+    if (this->zonTakeRedelivery(id) || !actsm_ || !actsm_->isDeferring()) {
+      return false;
     }
-    this->zonTakeRedelivery(id);
-    return false;
+    this->zonDefer(*actsm_, id, pendingCount);
+    return true;
   }
 
   /// Lets the live owner, held, do something.

@@ -33,19 +33,20 @@ namespace Zon {
 /// offers `T* lrNext() const` and `void lrNextIs(T*)`. Specialise it for a member that does neither.
 template <class T>
 struct ListRawLink {
-  // Not checked: the next member may be a dying one on its way out of the list.
-  __attribute__((no_sanitize("vptr"))) static T* next(T const* member) noexcept {
+  // In terms of the base: the class T of a member on its way out of the list may be behind it already.
+  static PtrInterface* next(PtrInterface const* member) noexcept {
     if constexpr (std::derived_from<T, PtrInterface::NotifieeConst>) {
-      return static_cast<T*>(member->zonNextNotifiee());
+      return static_cast<PtrInterface::NotifieeConst const*>(member)->zonNextNotifiee();
     } else {
-      return member->lrNext();
+      return static_cast<T const*>(member)->lrNext();
     }
   }
-  static void nextIs(T* member, T* next) noexcept {
+  static void nextIs(PtrInterface* member, PtrInterface* next) noexcept {
     if constexpr (std::derived_from<T, PtrInterface::NotifieeConst>) {
-      member->zonNextNotifieeIs(next);
+      using Watcher = PtrInterface::NotifieeConst;
+      static_cast<Watcher*>(member)->zonNextNotifieeIs(static_cast<Watcher*>(next));
     } else {
-      member->lrNextIs(next);
+      static_cast<T*>(member)->lrNextIs(static_cast<T*>(next));
     }
   }
 };
@@ -67,35 +68,37 @@ class ListRaw {
   virtual ~ListRaw();
 
   bool empty() const noexcept { return head_ == nullptr; }
-  T* head() const noexcept { return head_; }
-  T* tail() const noexcept { return tail_; }
+  T* head() const noexcept { return static_cast<T*>(head_); }
+  T* tail() const noexcept { return static_cast<T*>(tail_); }
   std::uint32_t count() const noexcept { return count_; }
   std::uint32_t zonModCount() const noexcept { return modCount_; }
 
   /// REQUIRES: the member is in no list.
   void append(T* member) noexcept;
   /// Takes the member out; false, and nothing changed, when it is not in this list.
-  bool unlink(T* member) noexcept;
+  bool unlink(PtrInterface const* member) noexcept;
   /// Takes every member out and clears its link; the members themselves hear nothing of it.
   void deleteAll() noexcept;
 
  private:
   std::uint32_t modCount_ = 0;
   std::uint32_t count_ = 0;
-  T* head_ = nullptr;
-  T* tail_ = nullptr;
+  PtrInterface* head_ = nullptr;
+  PtrInterface* tail_ = nullptr;
 };
 
 /// A plain walk. REQUIRES: the list does not change meanwhile.
 template <class T>
 class ListRaw<T>::LrIteratorConst {
  public:
-  explicit LrIteratorConst(ListRaw const& list) noexcept : member_(list.head()) {}
+  /// Stands behind the last member.
+  LrIteratorConst() noexcept = default;
+  explicit LrIteratorConst(ListRaw const& list) noexcept : member_(list.head_) {}
 
   explicit operator bool() const noexcept { return member_ != nullptr; }
-  T const* ptr() const noexcept { return member_; }
-  T const* operator->() const noexcept { return member_; }
-  T const& operator*() const noexcept { return *member_; }
+  T const* ptr() const noexcept { return static_cast<T const*>(member_); }
+  T const* operator->() const noexcept { return ptr(); }
+  T const& operator*() const noexcept { return *ptr(); }
   /// REQUIRES: the iterator stands on a member.
   LrIteratorConst& operator++() noexcept {
     member_ = ListRawLink<T>::next(member_);
@@ -103,7 +106,7 @@ class ListRaw<T>::LrIteratorConst {
   }
 
  protected:
-  T* member_;
+  PtrInterface* member_ = nullptr;
 };
 
 /// The same walk with mutable members.
@@ -112,9 +115,9 @@ class ListRaw<T>::LrIterator : public LrIteratorConst {
  public:
   explicit LrIterator(ListRaw const& list) noexcept : LrIteratorConst(list) {}
 
-  T* ptr() const noexcept { return this->member_; }
-  T* operator->() const noexcept { return this->member_; }
-  T& operator*() const noexcept { return *this->member_; }
+  T* ptr() const noexcept { return static_cast<T*>(this->member_); }
+  T* operator->() const noexcept { return ptr(); }
+  T& operator*() const noexcept { return *ptr(); }
   LrIterator& operator++() noexcept {
     LrIteratorConst::operator++();
     return *this;
@@ -145,16 +148,16 @@ void ListRaw<T>::append(T* member) noexcept {
 }
 
 template <class T>
-bool ListRaw<T>::unlink(T* member) noexcept {
-  T* before = nullptr;
-  T* at = head_;
+bool ListRaw<T>::unlink(PtrInterface const* member) noexcept {
+  PtrInterface* before = nullptr;
+  PtrInterface* at = head_;
   while (at != member) {
     if (at == nullptr) return false;
     before = at;
     at = ListRawLink<T>::next(at);
   }
   if (at == nullptr) return false;
-  T* const next = ListRawLink<T>::next(at);
+  PtrInterface* const next = ListRawLink<T>::next(at);
   if (before == nullptr) {
     head_ = next;
   } else {
@@ -169,12 +172,12 @@ bool ListRaw<T>::unlink(T* member) noexcept {
 
 template <class T>
 void ListRaw<T>::deleteAll() noexcept {
-  Ptr<T> member(head_);
+  Ptr<PtrInterface> member(head_);
   head_ = nullptr;
   tail_ = nullptr;
   while (member) {
     // Held before the way to it is cut and the member before it is let go.
-    Ptr<T> next(ListRawLink<T>::next(member.ptr()));
+    Ptr<PtrInterface> next(ListRawLink<T>::next(member.ptr()));
     ListRawLink<T>::nextIs(member.ptr(), nullptr);
     ++modCount_;
     --count_;

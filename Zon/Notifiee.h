@@ -34,7 +34,7 @@ class NotifieeConstOf : public Base {
   NotifieeConstOf& operator=(NotifieeConstOf const&) = delete;
   ~NotifieeConstOf() override {
     if (X const* const notifier = zonTypedNotifier(); notifier != nullptr && this->isRegisteredNotifiee()) {
-      WatchedAccess::watchers(*notifier).unlink(zonSelf());
+      WatchedAccess::watchers(*notifier).unlink(this);
     }
   }
 
@@ -55,7 +55,7 @@ class NotifieeConstOf : public Base {
     if (registered) {
       WatchedAccess::watchers(*held).append(zonSelf());
     } else {
-      WatchedAccess::watchers(*held).unlink(zonSelf());
+      WatchedAccess::watchers(*held).unlink(this);
     }
   }
 
@@ -78,7 +78,7 @@ class NotifieeConstOf : public Base {
     }
     bool const listed = this->isRegisteredNotifiee();
     if (listed && old) {
-      WatchedAccess::watchers(*old).unlink(zonSelf());
+      WatchedAccess::watchers(*old).unlink(this);
     }
     this->zonRawNotifierIs(notifier);
     if (listed && current) {
@@ -87,11 +87,7 @@ class NotifieeConstOf : public Base {
   }
 
  private:
-  // Not checked: a dying watcher leaves its list when its own type's destructor is already behind it. Only the address
-  // counts then.
-  __attribute__((no_sanitize("vptr"))) auto* zonSelf() const noexcept {
-    return static_cast<typename X::NotifieeConst*>(const_cast<NotifieeConstOf*>(this));
-  }
+  auto* zonSelf() const noexcept { return static_cast<typename X::NotifieeConst*>(const_cast<NotifieeConstOf*>(this)); }
 };
 
 /// A watcher of a type derived from another watched type: hears both, stands in the base type's list.

@@ -48,9 +48,10 @@ class WatcherList : public ListRaw<N> {
  public:
   WatcherList() = default;
   ~WatcherList() {
-    for (N* watcher = this->head(); watcher != nullptr; watcher = ListRawLink<N>::next(watcher)) {
+    for (PtrInterface::NotifieeConst* watcher = this->head(); watcher != nullptr;
+         watcher = watcher->zonNextNotifiee()) {
       // Only watchers that do not count their notifier can still be listed here: there is no count to give back.
-      static_cast<PtrInterface::NotifieeConst*>(watcher)->notifier_ = nullptr;
+      watcher->notifier_ = nullptr;
     }
     this->deleteAll();
   }
@@ -154,7 +155,7 @@ class PlatformEntity : public Watched<X, Base> {
   using Watched<X, Base>::Watched;
 
   void parentIs(Ptr<Entity> const& parent) override {
-    if (this->zonIsChildOf(parent.ptr())) {
+    if (!this->zonHasParentToTell(parent.ptr())) {
       return;
     }
     Ptr<PtrInterface> const self(this);

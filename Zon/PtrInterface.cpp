@@ -170,18 +170,21 @@ Ptr<ActivityConfig> PtrInterface::NotifieeConst::zonFwkActivity() { return {}; }
 Ptr<ActivityConfig> PtrInterface::NotifieeConst::zonFwkActivity() const { return {}; }
 Ptr<ActivitySm> PtrInterface::NotifieeConst::actsm() { return {}; }
 
-bool PtrInterface::NotifieeConst::isDeferred(Ptr<ActivitySm> const& activity) const noexcept {
-  return activity && activity->isDeferring();
-}
-
 bool PtrInterface::NotifieeConst::zonOnAttribute(AttributeId id, unsigned char* pendingCount) {
   if (zonTakeRedelivery(id)) {
     return false;
   }
   Ptr<ActivitySm> const activity = actsm();
-  if (!isDeferred(activity)) {
+  if (!activity || !activity->isDeferring()) {
     return false;
   }
+  zonDefer(*activity, id, pendingCount);
+  return true;
+}
+
+bool PtrInterface::NotifieeConst::zonOnEverything() { return gated_ && zonOnAttribute(everythingChanged, nullptr); }
+
+void PtrInterface::NotifieeConst::zonDefer(ActivitySm& activity, AttributeId id, unsigned char* pendingCount) noexcept {
   if (pendingCount != nullptr) {
     std::uint32_t count;
     std::memcpy(&count, pendingCount, sizeof count);
@@ -192,24 +195,8 @@ bool PtrInterface::NotifieeConst::zonOnAttribute(AttributeId id, unsigned char* 
   }
   mergePending(id);
   if (queue_ == nullptr) {
-    activity->zonEnqueue(this);
+    activity.zonEnqueue(this);
   }
-  return true;
-}
-
-bool PtrInterface::NotifieeConst::zonOnEverything() {
-  if (!gated_) {
-    return false;
-  }
-  Ptr<ActivitySm> const activity = actsm();
-  if (!isDeferred(activity)) {
-    return false;
-  }
-  mergePending(everythingChanged);
-  if (queue_ == nullptr) {
-    activity->zonEnqueue(this);
-  }
-  return true;
 }
 
 void PtrInterface::NotifieeConst::mergePending(AttributeId id) noexcept {

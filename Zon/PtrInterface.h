@@ -87,6 +87,8 @@ class PtrInterface : public VFPtrInterface {
   virtual ~PtrInterface();
 
   static ZonType* _fwkType();
+  /// The class of every type node, under each type's own scope.
+  using _Type = ZonType;
 
   // The count word. The setter is for white-box tests.
   std::uint32_t zonWord() const noexcept { return word_.load(std::memory_order_relaxed); }
@@ -223,6 +225,9 @@ class PtrInterface::NotifieeConst : public PtrInterface {
   void zonRequeue(ActivitySm* activity);
   /// Takes the watcher out of whatever queue it waits in. What is pending stays recorded.
   void zonLeaveQueue() noexcept;
+  /// Records a change of attribute `id` (and counts it in `pendingCount`, if given) for the next dispatch of `activity`.
+  /// REQUIRES: the activity defers.
+  void zonDefer(ActivitySm& activity, AttributeId id, unsigned char* pendingCount) noexcept;
   /// Consumes the mark of a redelivery of attribute `id`; false when there is none.
   bool zonTakeRedelivery(AttributeId id) noexcept {
     if (redeliveryId_ != id || id == 0) {
@@ -243,7 +248,6 @@ class PtrInterface::NotifieeConst : public PtrInterface {
   template <class T>
   friend class WatcherList;
 
-  bool isDeferred(Ptr<ActivitySm> const& activity) const noexcept;
   void mergePending(AttributeId id) noexcept;
   void clearPending() noexcept;
 

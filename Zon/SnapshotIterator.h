@@ -41,14 +41,14 @@ class SnapshotIterator {
       heap_.reset(new Member*[list.count()]);
       elements_ = heap_.get();
     }
-    typename List::LrIterator it(list);
+    // By hand: an iterator whose address is handed out would not stay in a register.
     Member** end = elements_;
-    for (; it; ++it) {
-      increment(it.ptr());
-      *end++ = it.ptr();
+    for (PtrInterface* member = list.head(); member != nullptr; member = ListRawLink<Member>::next(member)) {
+      increment(member);
+      *end++ = static_cast<Member*>(member);
     }
     end_ = end;
-    list.zonWalkEnded(it);
+    list.zonWalkEnded(typename List::LrIteratorConst());
   }
   SnapshotIterator(SnapshotIterator const&) = delete;
   SnapshotIterator& operator=(SnapshotIterator const&) = delete;

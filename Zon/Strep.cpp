@@ -162,14 +162,6 @@ std::string typeText(PtrInterface const& object) {
   return text;
 }
 
-std::string_view textBetween(String8::IteratorConst const& begin, String8::IteratorConst const& end) {
-  std::string_view const whole = begin.string().view();
-  if (end.position() <= begin.position()) {
-    return {};
-  }
-  return whole.substr(static_cast<std::size_t>(begin.position()), static_cast<std::size_t>(end - begin));
-}
-
 String8 print(PtrInterface const* object, Entity const* entity) {
   if (object == nullptr) {
     return String8(nullText);
@@ -194,6 +186,14 @@ void readInteger(String8::IteratorConst& begin, String8::IteratorConst const& en
 }
 
 }  // namespace
+
+std::string_view textBetween(String8::IteratorConst const& begin, String8::IteratorConst const& end) {
+  std::string_view const whole = begin.string().view();
+  if (end.position() <= begin.position()) {
+    return {};
+  }
+  return whole.substr(static_cast<std::size_t>(begin.position()), static_cast<std::size_t>(end - begin));
+}
 
 void strepForget(PtrInterface const* object) noexcept { StrepTable::global().forget(object); }
 

@@ -24,6 +24,7 @@
 #include <cstdint>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <typeinfo>
 
@@ -91,6 +92,9 @@ String8 valueToStrep(T const& value) {
 }
 
 // Reading. Values too are read from the front and leave `begin` behind what they consumed.
+
+/// The bytes from `begin` to `end`, none when they are the wrong way round; valid while `begin` is.
+std::string_view textBetween(String8::IteratorConst const& begin, String8::IteratorConst const& end);
 
 void readValue(String8::IteratorConst& begin, String8::IteratorConst const& end, bool& value);
 void readValue(String8::IteratorConst& begin, String8::IteratorConst const& end, std::int32_t& value);

@@ -19,17 +19,17 @@
 ///     }
 ///     constinit Zon::TypeModule zonTypeModule(types);    // declared extern for the module's sources
 ///     namespace {
-///     std::ios_base::Init const streams;
-///     Zon::TraceHandle const trace("RootPathBase::Zon", false);
-///     bool const isRegistered = zonTypeModule.registerTypes();
+///     Zon::ModuleInitialiser const initialiser(zonTypeModule);
 ///     }
 ///     bool _fwkRegistered() { return zonTypeModule.registered(); }
 ///     }
 
 #include <cstddef>
+#include <ios>
 
 #include "Zon/AttrSpec.h"
 #include "Zon/ParameterList.h"
+#include "Zon/Trace.h"
 
 namespace Zon {
 
@@ -107,6 +107,17 @@ class TypeModule {
   bool introspectionBegun_ = false;
   bool registrationBegun_ = false;
   bool registered_ = false;
+};
+
+/// The static initialiser of a module: the standard streams, the modules' common trace facility, then the types.
+/// Everything that others may ask for before it has run is in the `TypeModule`, which is constant-initialised.
+class ModuleInitialiser {
+ public:
+  explicit ModuleInitialiser(TypeModule& module) : facility_("RootPathBase::Zon", false) { module.registerTypes(); }
+
+ private:
+  std::ios_base::Init const streams_;
+  TraceHandle const facility_;
 };
 
 /// The runtime's own types; they precede all others in the registry.

@@ -43,8 +43,7 @@ std::ostream& operator<<(std::ostream& out, IntfEnabledState state) {
 }
 
 void readValue(Zon::String8::IteratorConst& begin, Zon::String8::IteratorConst const& end, IntfEnabledState& state) {
-  std::string_view const text =
-      begin.string().view().substr(static_cast<std::size_t>(begin.position()), static_cast<std::size_t>(end - begin));
+  std::string_view const text = Zon::textBetween(begin, end);
   for (IntfEnabledState const known : named) {
     std::string_view const word = wordOf(known);
     if (text.starts_with(word)) {

@@ -22,6 +22,7 @@
 ///     auto reader = Pelto::ShmemMan::attach("queue-counters");  // in another process
 ///     for (auto it = reader->counterBlockIterator(); it; it.advance()) { it.key(); it->data(); }
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -68,6 +69,9 @@ class ShmemMan : public Zon::PtrInterface {
   /// for a new object: an existing one keeps its own. Throws a range exception when the object cannot be had
   /// or is not ours.
   explicit ShmemMan(Zon::Name name = "", std::uint64_t capacity = defaultCapacity);
+  /// The same with a signed number, such as a literal; a negative one is too large.
+  template <std::signed_integral Bytes>
+  explicit ShmemMan(Zon::Name name, Bytes capacity) : ShmemMan(std::move(name), static_cast<std::uint64_t>(capacity)) {}
   /// Unmaps; a named object stays.
   ~ShmemMan() override;
 

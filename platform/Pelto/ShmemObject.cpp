@@ -78,7 +78,9 @@ ShmemObject::ShmemObject(Zon::Name const& name, Open how, std::uint64_t capacity
   struct Undo {
     ShmemObject* object;
     ~Undo() {
-      if (object != nullptr && object->fd_ >= 0) ::close(object->fd_);
+      if (object == nullptr) return;
+      if (object->base_ != nullptr) ::munmap(object->base_, object->capacity_);
+      if (object->fd_ >= 0) ::close(object->fd_);
     }
   } undo{this};
 
@@ -89,10 +91,11 @@ ShmemObject::ShmemObject(Zon::Name const& name, Open how, std::uint64_t capacity
   } else {
     fail("it has no name to attach to");
   }
-  validate();
+  readShape();
   void* const mapped = ::mmap(nullptr, capacity_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, fd_, 0);
   if (mapped == MAP_FAILED) fail("cannot map " + std::to_string(capacity_) + " bytes", errno);
   base_ = static_cast<std::byte*>(mapped);
+  checkUse();
   undo.object = nullptr;
 }
 
@@ -157,18 +160,26 @@ void ShmemObject::initialise(std::uint64_t capacity) {
   }
 }
 
-void ShmemObject::validate() {
+// What never changes once the object has a header.
+void ShmemObject::readShape() {
   Header seen;
   if (retried([&] { return ::pread(fd_, &seen, sizeof seen, 0); }) != sizeof seen) fail("it has no header");
   if (std::memcmp(seen.magic, magic, sizeof seen.magic) != 0) fail("it is not a counter object");
   if (seen.version != version) fail("its version is " + std::to_string(seen.version));
   if (seen.headerSize != sizeof(Header) || seen.blockSize != blockSize) fail("its sizes are not ours");
-  std::uint64_t const actual = size();
-  bool const sound = seen.capacity >= sizeof(Header) && seen.capacity <= std::uint64_t{PTRDIFF_MAX} &&
-                     actual <= seen.capacity && seen.reserved <= seen.capacity && seen.used >= sizeof(Header) &&
-                     seen.used % blockSize == 0 && seen.used <= seen.reserved && seen.used <= actual;
-  if (!sound) fail("its header is damaged");
+  if (seen.capacity < sizeof(Header) || seen.capacity > std::uint64_t{PTRDIFF_MAX}) failDamaged();
   capacity_ = seen.capacity;
+}
+
+// What other processes may be changing right now. All three only grow, and whoever makes them grow begins with the one
+// that is read last: a sound object passes, however far apart the reads are.
+void ShmemObject::checkUse() {
+  std::uint64_t const inUse = used();
+  std::uint64_t const reserved = std::atomic_ref(header()->reserved).load(std::memory_order_acquire);
+  std::uint64_t const actual = size();
+  bool const sound = inUse >= sizeof(Header) && inUse % blockSize == 0 && inUse <= reserved && inUse <= actual &&
+                     reserved <= capacity_ && actual <= capacity_;
+  if (!sound) failDamaged();
   covered_ = actual;
 }
 
@@ -199,7 +210,7 @@ int ShmemObject::allocate(std::uint64_t wanted) noexcept {
     allocated_ = target;
     covered_ = std::max(covered_, target);
     std::atomic_ref reserved(header()->reserved);
-    if (reserved.load(std::memory_order_relaxed) < target) reserved.store(target, std::memory_order_relaxed);
+    if (reserved.load(std::memory_order_relaxed) < target) reserved.store(target, std::memory_order_release);
     return 0;
   };
   std::uint64_t const step = std::clamp(wanted / 2, stepMin, stepMax);
@@ -212,6 +223,8 @@ void ShmemObject::fail(std::string const& what, int error) const {
   if (error != 0) text += ": " + std::generic_category().message(error);
   Zon::throwRangeException(text);
 }
+
+void ShmemObject::failDamaged() const { fail("its header is damaged"); }
 
 namespace {
 

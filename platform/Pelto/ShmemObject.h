@@ -63,7 +63,7 @@ class ShmemObject {
     return std::atomic_ref(header()->blockCount).load(std::memory_order_acquire);
   }
   /// Bytes in use, header included. Not to be trusted beyond `covers`.
-  std::uint64_t used() const noexcept { return std::atomic_ref(header()->used).load(std::memory_order_relaxed); }
+  std::uint64_t used() const noexcept { return std::atomic_ref(header()->used).load(std::memory_order_acquire); }
   /// Whether the first `wanted` bytes are inside the capacity and exist: then they can be read.
   bool covers(std::uint64_t wanted) noexcept;
   /// Allocates the first `size` bytes, in larger steps. 0, or an error number; then nothing has changed.
@@ -71,7 +71,8 @@ class ShmemObject {
   int reserve(std::uint64_t size) noexcept { return size <= allocated_ ? 0 : allocate(size); }
   /// Makes everything written before visible to other processes. REQUIRES: the lock is held.
   void publish(std::uint64_t used, std::uint32_t blockCount) noexcept {
-    std::atomic_ref(header()->used).store(used, std::memory_order_relaxed);
+    // Not before what was reserved for it: who reads the one and then the other finds the latter large enough.
+    std::atomic_ref(header()->used).store(used, std::memory_order_release);
     std::atomic_ref(header()->blockCount).store(blockCount, std::memory_order_release);
   }
 
@@ -101,7 +102,9 @@ class ShmemObject {
   void openPrivate(std::uint64_t capacity);
   void initialise(std::uint64_t capacity);
   void checkCapacity(std::uint64_t capacity) const;
-  void validate();
+  void readShape();
+  void checkUse();
+  [[noreturn]] void failDamaged() const;
   std::uint64_t size() const;
   int allocate(std::uint64_t wanted) noexcept;
   Header* header() const noexcept { return reinterpret_cast<Header*>(base_); }

@@ -399,6 +399,14 @@ TEST_F(AttrTable, EntitiesServeTheirSwitch) {
             "Op: unknown: operation 1 not supported");
 }
 
+TEST_F(AttrTable, AnInterfaceOfABaseTakesPointersToDerivedObjects) {
+  EXPECT_EQ(op(newPtr<Zon::Entity::GenericIf_>(card), 6, Op::get), "false");
+  EXPECT_EQ(op(newPtr<Zon::Entity::GenericIf_>(card), 6, Op::set, {}, value(true)), "null");
+  EXPECT_EQ(op(newPtr<Zon::Entity::GenericIf_>(Ptr<Card const>(card)), 6, Op::get), "true");
+  EXPECT_EQ(op(newPtr<Zon::Entity::GenericIf_>(Ptr<Card const>(card)), 6, Op::set, {}, value(false)), constText);
+  EXPECT_EQ(op(newPtr<Zon::Entity::GenericIf_>(card), 6, Op::set, {}, value(false)), "null");
+}
+
 TEST_F(AttrTable, NullInterfacesAnswerNamesOnly) {
   test::If const nothing = newPtr<PortSm::GenericIf_>(Ptr<PortSm>());
   EXPECT_EQ(nothing->attributeString(138), "initialized");

@@ -433,6 +433,25 @@ TYPED_TEST(OwningCollectionTest, AWatcherThatTakesTheNewMemberOutWhileTheOldOneL
   EXPECT_EQ(this->kind.members("a", 2)->parent(), other);
 }
 
+TYPED_TEST(OwningCollectionTest, AReplacementIsCompleteBeforeAnyWatcherHears) {
+  this->set("a", 1);
+  this->heard();
+  auto const old = this->kind.members("a", 1);
+  auto const next = this->kind.members("a", 2);
+  auto const tell = [&](char const* who) {
+    auto const nameOf = [&](auto const& parent) { return parent == this->owner ? "owner" : parent ? "other" : "none"; };
+    this->events.add(std::string(who) + ":" + std::to_string(this->shown("a")) + ":" + nameOf(old->parent()) + ":" +
+                     nameOf(next->parent()) + ":" + std::to_string(next->parentAttrId() == TypeParam::id));
+  };
+  auto const ofOld = Support::watchParent(old, [&] { tell("old"); });
+  auto const ofNext = Support::watchParent(next, [&] { tell("next"); });
+  this->watcher->act = [&](std::string const&) { tell("owner"); };
+  this->set("a", 2);
+  EXPECT_EQ(this->heard(), "old:2:none:owner:1 next:2:none:owner:1 w:key(a) owner:2:none:owner:1");
+  this->set("a", 2);
+  EXPECT_EQ(this->heard(), "");
+}
+
 TYPED_TEST(OwningCollectionTest, AWatcherThatPutsTheOldMemberBackIsObeyed) {
   this->set("a", 1);
   auto const old = this->kind.members("a", 1);

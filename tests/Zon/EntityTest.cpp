@@ -163,6 +163,27 @@ TEST(Entity, OnlyARealChangeOfParentIsTold) {
   EXPECT_EQ(events.take(), "w:parent");
 }
 
+TEST(Entity, ASilentMoveIsToldByTheNextParentIsOnce) {
+  Support::Events events;
+  auto const config = newPtr<Interface::IntfConfig>("Ethernet1");
+  auto const watcher = newPtr<ConfigRecorder>("w", events, config);
+  auto const parent = newPtr<Entity>("p");
+  auto const other = newPtr<Entity>("o");
+  config->zonMoveUnder(parent.ptr());
+  EXPECT_EQ(config->fullName(), "p/Ethernet1");
+  EXPECT_EQ(events.take(), "");
+  config->parentIs(parent);
+  EXPECT_EQ(events.take(), "w:parent");
+  config->zonMoveUnder(parent.ptr());
+  config->parentIs(parent);
+  EXPECT_EQ(events.take(), "") << "nothing had changed";
+  config->zonMoveUnder(nullptr);
+  config->parentIs(other);
+  EXPECT_EQ(events.take(), "w:parent");
+  config->parentIs(other);
+  EXPECT_EQ(events.take(), "");
+}
+
 TEST(Entity, WatchersOfAnEntityHearZeroReferencesAndMayKeepIt) {
   Support::Events events;
   Ptr<Interface::IntfConfig> rescued;

@@ -7,6 +7,7 @@
 #include "Zon/Activity.h"
 #include "Zon/Dir.h"
 #include "Zon/IntrospectionReactor.h"
+#include "Zon/TypeSlot.h"
 #include "Zon/ZonAttr.h"
 #include "platform/Interface/IntfStatus.h"
 #include "support/Reflected.h"
@@ -81,6 +82,34 @@ TEST(ZonType, ANameBelongsToOneNode) {
   EXPECT_EQ(ZonType::typeNodes().back(), node);
   EXPECT_TRUE(outcome([] { ZonType::typeNodeIs(newNode("registry::A"), "registry::A"); }).starts_with("NameInUse: "));
   EXPECT_EQ(ZonType::typeNode("registry::A"), node);
+}
+
+// A module one of whose names belongs to somebody else already.
+extern Zon::TypeModule takenModule;
+constinit Zon::TypeSlot beforeSlot = Zon::valueTypeSlot(takenModule, "taken::Before");
+constinit Zon::TypeSlot takenSlot = Zon::valueTypeSlot(takenModule, "taken::Taken");
+constinit Zon::TypeSlot behindSlot = Zon::valueTypeSlot(takenModule, "taken::Behind");
+constexpr Zon::TypeModule::Type takenTypes[] = {[] { return beforeSlot.node(); }, [] { return takenSlot.node(); },
+                                                [] { return behindSlot.node(); }};
+constinit Zon::TypeModule takenModule(takenTypes);
+
+TEST(TypeModule, RegistrationEndsSilentlyAtATakenName) {
+  ZonType* const owner = newNode("taken::Taken");
+  ZonType::typeNodeIs(owner, "taken::Taken");
+  std::size_t const before = ZonType::typeNodes().size();
+  EXPECT_FALSE(takenModule.registerTypes());
+  EXPECT_FALSE(takenModule.registered());
+  EXPECT_TRUE(beforeSlot.registered());
+  EXPECT_FALSE(takenSlot.registered());
+  EXPECT_FALSE(behindSlot.registered());
+  EXPECT_EQ(ZonType::typeNode("taken::Before"), beforeSlot.node());
+  EXPECT_EQ(ZonType::typeNode("taken::Taken"), owner);
+  EXPECT_EQ(ZonType::typeNode("taken::Behind"), nullptr);
+  EXPECT_FALSE(takenModule.registerTypes()) << "it runs once";
+  EXPECT_EQ(ZonType::typeNodes().size(), before + 1);
+  // The nodes are there nevertheless, and stay.
+  EXPECT_EQ(takenSlot.node()->fullName(), "taken::Taken");
+  EXPECT_NE(takenSlot.node(), owner);
 }
 
 TEST(ZonType, EverythingPastTheEndIsNullOrEmpty) {

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "Zon/Exception.h"
+
 namespace {
 
 using Interface::IntfEnabledState;
@@ -21,6 +23,19 @@ TEST(IntfEnabledState, PrintsItsWordAndOtherValuesAsDecimals) {
   for (int value : {0, 1, 2, 3, -1, 255})
     out << static_cast<IntfEnabledState>(value) << ' ';
   EXPECT_EQ(out.str(), "unset enabled disabled 3 -1 255 ");
+}
+
+TEST(IntfEnabledState, IsNotReadBetweenIteratorsThatAreTheWrongWayRound) {
+  Zon::String8 const text("enabled");
+  auto begin = text.begin() + 3;
+  auto state = IntfEnabledState::unset;
+  EXPECT_THROW(readValue(begin, text.begin(), state), Zon::ConversionException);
+  EXPECT_EQ(begin.position(), 3);
+  EXPECT_EQ(state, IntfEnabledState::unset);
+  begin = text.begin();
+  readValue(begin, text.end(), state);
+  EXPECT_EQ(state, IntfEnabledState::enabled);
+  EXPECT_EQ(begin, text.end());
 }
 
 }  // namespace

@@ -608,6 +608,29 @@ TEST_F(ShmemManTest, ATruncatedObjectIsRefusedAndEndsWhatIsSeenLater) {
   EXPECT_EQ(reader->counterBlocks(), 0U);
 }
 
+TEST_F(ShmemManTest, AnObjectThatGrowsMeanwhileIsOpenedAllTheSame) {
+  auto const manager = make(1 << 22);
+  pid_t const child = start([&] {
+    auto const writer = ShmemMan::attach(name_);
+    for (int i = 0; i < 5000; ++i)
+      writer->newCounterBlock(String8(std::to_string(i)));
+    return true;
+  });
+  int status = 0;
+  int opened = 0;
+  while (::waitpid(child, &status, WNOHANG) == 0) {
+    ASSERT_EQ(refusal([&] { ShmemMan::attach(name_); }), "not refused");
+    ++opened;
+  }
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(ShmemMan::attach(name_)->counterBlocks(), 5000U) << opened << " openings meanwhile";
+}
+
+TEST_F(ShmemManTest, ASignedCapacityIsANumberOfBytes) {
+  EXPECT_EQ(Zon::newPtr<ShmemMan>("", 4096)->capacity(), 4096U);
+  EXPECT_NE(refusal([&] { Zon::newPtr<ShmemMan>(name_, -1); }).find("too large"), std::string::npos);
+}
+
 TEST_F(ShmemManTest, ABlockThatOutlivesItsManagerHasNoBytes) {
   auto manager = make(4096);
   Ptr<CounterBlock> const block = manager->newCounterBlock("a");
