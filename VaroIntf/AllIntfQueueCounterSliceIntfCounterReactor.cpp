@@ -1,7 +1,9 @@
 #include "VaroIntf/AllIntfQueueCounterSliceIntfCounterReactor.h"
 
+#include <charconv>
+#include <iterator>
 #include <ostream>
-#include <string>
+#include <string_view>
 #include <utility>
 
 #include "VaroIntf/VaroIntf.h"
@@ -12,9 +14,9 @@ namespace VaroIntf {
 
 namespace {
 
-void ensureBlock(Pelto::ShmemMan& manager, Zon::String8 const& name) {
+void ensureBlock(Pelto::ShmemMan& manager, Zon::String8 name) {
   if (!manager.counterBlock(name)) {
-    manager.newCounterBlock(name);
+    manager.newCounterBlock(std::move(name));
   }
 }
 
@@ -99,10 +101,12 @@ void AllIntfQueueCounterSliceIntfCounterReactor::makeBlocks(Zon::String8 const& 
   }
   Zon::Ptr<Pelto::ShmemMan> const perInterface = slice->counterShmemMan();
   Zon::Ptr<Pelto::ShmemMan> const perQueue = slice->statisticsShmemMan();
-  Zon::String8 const intf = intfId_.stringValue();
-  ensureBlock(*perInterface, Zon::format("%s-%s", intf, name));
+  std::string_view const intf = intfId_.stringValue().view();
+  ensureBlock(*perInterface, Zon::String8::concat({intf, "-", name.view()}));
   for (unsigned queue = 0; queue != queues; ++queue) {
-    ensureBlock(*perQueue, Zon::format("%s-%hhu-%s", intf, queue, name));
+    char digits[2];
+    std::string_view const number(digits, std::to_chars(std::begin(digits), std::end(digits), queue).ptr);
+    ensureBlock(*perQueue, Zon::String8::concat({intf, "-", number, "-", name.view()}));
   }
 }
 

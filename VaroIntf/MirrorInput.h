@@ -43,12 +43,12 @@ class MirrorInput : public Zon::DirectInput<Owner, typename Half::Directory::Not
   }
 
  protected:
-  /// Brings one interface's entry in line with the input.
+  /// Brings one interface's entry in line with the input. What is written is held, the rest is not touched any more by
+  /// then.
   void mirror(Orvet::IntfId const& intfId) {
-    Zon::Ptr<Zon::PtrInterface> const self(this);
-    Zon::Ptr<Directory> const in = this->notifier();
+    Directory* const in = this->zonTypedNotifier();
     Zon::Ptr<Directory> const out = output();
-    if (!in || !out) {
+    if (in == nullptr || !out) {
       return;
     }
     if (auto const entry = Half::entry(*in, intfId)) {
