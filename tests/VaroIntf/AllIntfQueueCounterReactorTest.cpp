@@ -11,6 +11,7 @@
 #include "Zon/Strep.h"
 #include "support/Errdisable.h"
 #include "support/Intf.h"
+#include "support/Sabotage.h"
 
 namespace {
 
@@ -400,14 +401,14 @@ struct World {
     for (auto const& slice : all)
       slices->entityPtrIs(slice);
   }
+  void dropAll() {
+    reactor = nullptr;
+    slices = nullptr;
+    out = nullptr;
+  }
 };
 
-struct Sabotage {
-  char const* name;
-  void (*act)(World& world, std::string const& id);
-};
-Sabotage const sabotages[] = {
-    {"Nothing", [](World&, std::string const&) {}},
+auto const sabotages = counterSabotages<World>({
     {"RemoveASlice",
      [](World& world, std::string const&) {
        world.firstSlices->entityPtrDel("b");
@@ -448,19 +449,10 @@ Sabotage const sabotages[] = {
        world.complete = world.reactor && world.reactor->sliceSm("a");
        world.all[0]->intfQueueCounterDirDelAll();
      }},
-    {"ClearTheOutput",
-     [](World& world, std::string const&) {
-       world.firstOut->intfQueueCounterDirDelAll();
-       world.complete = false;
-     }},
     {"PutSomethingStale",
      [](World& world, std::string const&) {
        world.firstOut->intfQueueCounterDirIs(newCounters("Y"));
        world.complete = false;
-     }},
-    {"SweepAgain",
-     [](World& world, std::string const&) {
-       if (world.reactor) world.reactor->handleQueueCounterDir();
      }},
     {"DeleteTheSliceReactors",
      [](World& world, std::string const&) {
@@ -468,38 +460,9 @@ Sabotage const sabotages[] = {
        world.reactor->sliceSmDelAll();
        world.complete = false;
      }},
-    {"DropTheInput",
-     [](World& world, std::string const&) {
-       if (!world.reactor) return;
-       world.reactor->counterInDel();
-       world.complete = false;
-     }},
-    {"MakeItAZombie",
-     [](World& world, std::string const&) {
-       if (!world.reactor) return;
-       world.reactor->zonDoZombieReactors(true);
-       world.complete = false;
-     }},
-    {"DropTheReactor",
-     [](World& world, std::string const&) {
-       if (world.reactor) world.complete = false;
-       world.reactor = nullptr;
-     }},
-    {"DropEverything",
-     [](World& world, std::string const&) {
-       world.complete = false;
-       world.reactor = nullptr;
-       world.slices = nullptr;
-       world.out = nullptr;
-     }},
-    {"Throw", [](World&, std::string const&) { throw 7; }},
-};
+});
 
-struct Beginning {
-  char const* name;
-  void (*begin)(World& world);
-};
-Beginning const beginnings[] = {
+Beginning<World> const beginnings[] = {
     {"Creation",
      [](World& world) { world.reactor = Discovery::AllIntfQueueCounterReactorIs(nullptr, world.out, world.slices); }},
     {"Sweep",
@@ -527,21 +490,17 @@ Beginning const beginnings[] = {
      }},
 };
 
-using Case = std::tuple<Beginning, Sabotage>;
+using Case = SabotageCase<World>;
 class DiscoverySabotage : public testing::TestWithParam<Case> {};
 
-int run(World& world, Beginning const& beginning, Sabotage const& sabotage, int position) {
-  int heard = 0;
-  auto const watcher = Zon::newPtr<PtrDirWatcher>("w", world.events, world.out);
-  watcher->act = [&](std::string const& event) {
-    if (heard++ == position) sabotage.act(world, event);
-  };
+int run(World& world, Beginning<World> const& beginning, Sabotage<World> const& sabotage, int position) {
+  Saboteur<PtrDirWatcher> const saboteur(world, sabotage, position);
   try {
     beginning.begin(world);
   } catch (Zon::NameInUseException const&) {
     EXPECT_STREQ(sabotage.name, "ReplaceASlice");
   }
-  return heard;
+  return saboteur.heard();
 }
 
 TEST_P(DiscoverySabotage, AtEveryStepTheWorldStaysSound) {
@@ -564,9 +523,7 @@ TEST_P(DiscoverySabotage, AtEveryStepTheWorldStaysSound) {
       }
       EXPECT_EQ(contents(*world.firstOut), expected);
     }
-    world.reactor = nullptr;
-    world.slices = nullptr;
-    world.out = nullptr;
+    world.dropAll();
     world.firstSlices->entityPtrDelAll();
     EXPECT_EQ(world.firstSlices->zonReferences(), 1U);
     EXPECT_EQ(world.firstOut->zonReferences(), 1U);
@@ -576,10 +533,7 @@ TEST_P(DiscoverySabotage, AtEveryStepTheWorldStaysSound) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, DiscoverySabotage,
-                         testing::Combine(testing::ValuesIn(beginnings), testing::ValuesIn(sabotages)),
-                         [](auto const& both) {
-                           return std::string(std::get<0>(both.param).name) + std::get<1>(both.param).name;
-                         });
+                         testing::Combine(testing::ValuesIn(beginnings), testing::ValuesIn(sabotages)), sabotageName);
 
 TEST_F(DiscoveryTest, NamesOfSlicesMayContainAnything) {
   auto const reactor = made();

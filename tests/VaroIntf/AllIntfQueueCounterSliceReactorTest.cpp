@@ -11,6 +11,7 @@
 #include "Zon/Strep.h"
 #include "support/Errdisable.h"
 #include "support/Intf.h"
+#include "support/Sabotage.h"
 
 namespace {
 
@@ -351,15 +352,15 @@ struct World {
   Ptr<SliceReactor> reactor;
   /// Whether every interface of the slice must be published and served at the end.
   bool complete = true;
+
+  void dropAll() {
+    reactor = nullptr;
+    out = nullptr;
+    slice = nullptr;
+  }
 };
 
-struct Sabotage {
-  char const* name;
-  void (*act)(World& world, std::string const& id);
-};
-
-Sabotage const sabotages[] = {
-    {"Nothing", [](World&, std::string const&) {}},
+auto const sabotages = counterSabotages<World>({
     {"RemoveSelf", [](World& world, std::string const& id) { world.firstSlice->intfQueueCounterDirDel(id); }},
     {"RemoveAll", [](World& world, std::string const&) { world.firstSlice->intfQueueCounterDirDelAll(); }},
     {"RemoveOthers",
@@ -384,18 +385,6 @@ Sabotage const sabotages[] = {
        world.firstSlice->intfQueueCounterDirIs(newCounters(id));
        world.complete = false;
      }},
-    {"ClearTheOutput",
-     [](World& world, std::string const&) {
-       world.firstOut->intfQueueCounterDirDelAll();
-       world.complete = false;
-     }},
-    {"DropTheInput",
-     [](World& world, std::string const&) {
-       if (world.reactor) {
-         world.reactor->counterInDel();
-         world.complete = false;
-       }
-     }},
     {"ReplaceTheInput",
      [](World& world, std::string const&) {
        if (world.reactor) {
@@ -410,37 +399,9 @@ Sabotage const sabotages[] = {
          world.complete = false;
        }
      }},
-    {"SweepAgain",
-     [](World& world, std::string const&) {
-       if (world.reactor) world.reactor->handleQueueCounterDir();
-     }},
-    {"MakeItAZombie",
-     [](World& world, std::string const&) {
-       if (world.reactor) {
-         world.reactor->zonDoZombieReactors(true);
-         world.complete = false;
-       }
-     }},
-    {"DropTheReactor",
-     [](World& world, std::string const&) {
-       if (world.reactor) world.complete = false;
-       world.reactor = nullptr;
-     }},
-    {"DropEverything",
-     [](World& world, std::string const&) {
-       world.complete = false;
-       world.reactor = nullptr;
-       world.out = nullptr;
-       world.slice = nullptr;
-     }},
-    {"Throw", [](World&, std::string const&) { throw 7; }},
-};
+});
 
-struct Beginning {
-  char const* name;
-  void (*begin)(World& world);
-};
-Beginning const beginnings[] = {
+Beginning<World> const beginnings[] = {
     {"Creation",
      [](World& world) {
        world.reactor = SliceReactor::AllIntfQueueCounterSliceReactorIs(nullptr, "a", world.out, world.slice);
@@ -476,17 +437,13 @@ Beginning const beginnings[] = {
      }},
 };
 
-using Case = std::tuple<Beginning, Sabotage>;
+using Case = SabotageCase<World>;
 class SliceSabotage : public testing::TestWithParam<Case> {};
 
-int run(World& world, Beginning const& beginning, Sabotage const& sabotage, int position) {
-  int heard = 0;
-  auto const watcher = Zon::newPtr<PtrDirWatcher>("w", world.events, world.out);
-  watcher->act = [&](std::string const& event) {
-    if (heard++ == position) sabotage.act(world, event.substr(4, event.size() - 5));
-  };
+int run(World& world, Beginning<World> const& beginning, Sabotage<World> const& sabotage, int position) {
+  Saboteur<PtrDirWatcher> const saboteur(world, sabotage, position);
   beginning.begin(world);
-  return heard;
+  return saboteur.heard();
 }
 
 TEST_P(SliceSabotage, AtEveryStepTheWorldStaysSound) {
@@ -502,19 +459,14 @@ TEST_P(SliceSabotage, AtEveryStepTheWorldStaysSound) {
       EXPECT_EQ(contents(*world.firstOut), contents(*world.firstSlice));
       EXPECT_EQ(leavesOf(*world.reactor), walkOf(*world.firstSlice));
     }
-    world.reactor = nullptr;
-    world.out = nullptr;
-    world.slice = nullptr;
+    world.dropAll();
     EXPECT_EQ(world.firstOut->zonReferences(), 1U);
     EXPECT_EQ(world.firstSlice->zonReferences(), 1U);
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, SliceSabotage,
-                         testing::Combine(testing::ValuesIn(beginnings), testing::ValuesIn(sabotages)),
-                         [](auto const& both) {
-                           return std::string(std::get<0>(both.param).name) + std::get<1>(both.param).name;
-                         });
+                         testing::Combine(testing::ValuesIn(beginnings), testing::ValuesIn(sabotages)), sabotageName);
 
 TEST_F(SliceReactorTest, AnInterfaceRemovedByAWatcherOfItsPublicationGetsNoLeaf) {
   auto const reactor = made();

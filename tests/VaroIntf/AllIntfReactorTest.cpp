@@ -10,6 +10,7 @@
 
 #include "support/Errdisable.h"
 #include "support/Intf.h"
+#include "support/Sabotage.h"
 
 namespace {
 
@@ -482,18 +483,13 @@ struct Mirror {
   }
 };
 
-struct Sabotage {
-  char const* name;
-  void (*act)(Mirror& world, std::string const& key);
-};
-
 std::string after(Mirror& world, std::string const& key) {
   auto const walk = walkOf(*world.in);
   auto const at = std::find(walk.begin(), walk.end(), key);
   return at == walk.end() || at + 1 == walk.end() ? key : *(at + 1);
 }
 
-Sabotage const sabotages[] = {
+Sabotage<Mirror> const sabotages[] = {
     {"Nothing", [](Mirror&, std::string const&) {}},
     {"RemoveSelf", [](Mirror& world, std::string const& key) { world.in->intfConfigDel(key); }},
     {"RemoveNext", [](Mirror& world, std::string const& key) { world.in->intfConfigDel(after(world, key)); }},
@@ -555,17 +551,11 @@ Sabotage const sabotages[] = {
     {"Throw", [](Mirror&, std::string const&) { throw 7; }},
 };
 
-/// How a mirroring begins.
-struct Beginning {
-  char const* name;
-  void (*begin)(Mirror& world);
-};
-
 void construct(Mirror& world) {
   world.reactor = Zon::newPtr<AllIntfReactor>(nullptr, world.out, nullptr, world.in, nullptr);
 }
 
-Beginning const beginnings[] = {
+Beginning<Mirror> const beginnings[] = {
     {"Construction", construct},
     {"AnotherInput",
      [](Mirror& world) {
@@ -594,22 +584,18 @@ Beginning const beginnings[] = {
      }},
 };
 
-using Case = std::tuple<Beginning, Sabotage>;
+using Case = SabotageCase<Mirror>;
 class MirrorSabotage : public testing::TestWithParam<Case> {};
 
 /// Runs one mirroring with the sabotage at callback number `position`; returns how many callbacks there were.
-int run(Mirror& world, Beginning const& beginning, Sabotage const& sabotage, int position) {
-  int heard = 0;
-  auto const watcher = Zon::newPtr<ConfigDirWatcher>("w", world.events, world.out);
-  watcher->act = [&](std::string const& event) {
-    if (heard++ == position) sabotage.act(world, event.substr(4, event.size() - 5));
-  };
+int run(Mirror& world, Beginning<Mirror> const& beginning, Sabotage<Mirror> const& sabotage, int position) {
+  Saboteur<ConfigDirWatcher> const saboteur(world, sabotage, position);
   try {
     beginning.begin(world);
   } catch (int) {
     ADD_FAILURE() << "a watcher's exception left";
   }
-  return heard;
+  return saboteur.heard();
 }
 
 TEST_P(MirrorSabotage, AtEveryStepTheOutputEndsEqualToTheInput) {
@@ -639,10 +625,7 @@ TEST_P(MirrorSabotage, AtEveryStepTheOutputEndsEqualToTheInput) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, MirrorSabotage,
-                         testing::Combine(testing::ValuesIn(beginnings), testing::ValuesIn(sabotages)),
-                         [](auto const& both) {
-                           return std::string(std::get<0>(both.param).name) + std::get<1>(both.param).name;
-                         });
+                         testing::Combine(testing::ValuesIn(beginnings), testing::ValuesIn(sabotages)), sabotageName);
 
 TEST_F(AllIntfReactorTest, AnOldMirroringStopsBeforeItsNextEntryWhenTheInputWasReplaced) {
   addConfig("Ethernet1");
