@@ -1,0 +1,128 @@
+// Counter objects that another program damages while the module uses them.
+
+#include <cstddef>
+#include <cstring>
+#include <string>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "Zon/Exception.h"
+#include "support/Intf.h"
+
+namespace {
+
+using namespace Support;
+using Pelto::ShmemMan;
+using Pelto::ShmemObject;
+using Zon::Ptr;
+using Header = ShmemObject::Header;
+
+// One block of 128 bytes is there when the damage is done; the next record would begin here.
+constexpr std::uint64_t end = 64 + 128;
+
+struct Damage {
+  char const* name;
+  std::uint64_t at;
+  std::uint64_t value;
+  std::size_t bytes;
+  /// Whether the user of the object goes on making blocks in it.
+  bool goesOn;
+  /// Whether somebody who opens it afterwards, before and after the next block, is refused.
+  bool refusedBefore;
+  bool refusedAfter;
+};
+
+// The managers in use have their own idea of the object, and write it back with the next block, but for what never
+// changes.
+Damage const damages[] = {
+    {"Magic", offsetof(Header, magic), 0, 8, true, true, true},
+    {"Version", offsetof(Header, version), 2, 4, true, true, true},
+    {"HeaderSize", offsetof(Header, headerSize), 128, 4, true, true, true},
+    {"BlockSize", offsetof(Header, blockSize), 32, 4, true, true, true},
+    {"CapacityBelowTheSize", offsetof(Header, capacity), 64, 8, true, true, true},
+    {"CapacityWithoutEnd", offsetof(Header, capacity), ~std::uint64_t{0}, 8, true, true, true},
+    {"NothingReserved", offsetof(Header, reserved), 0, 8, true, true, true},
+    {"NothingUsed", offsetof(Header, used), 0, 8, true, true, false},
+    {"AllUsed", offsetof(Header, used), ~std::uint64_t{63}, 8, true, true, false},
+    {"NoBlocks", offsetof(Header, blockCount), 0, 4, true, false, false},
+    {"OneBlockMore", offsetof(Header, blockCount), 2, 4, false, true, true},
+    {"CountlessBlocks", offsetof(Header, blockCount), 0xffffffffU, 4, false, true, true},
+    {"RecordOfNothing", 64, 0, 4, true, true, true},
+    {"RecordWithoutEnd", 64, 0xffffff80U, 4, true, true, true},
+    {"NameWithoutEnd", 68, 0xfffffff0U, 4, true, true, true},
+    {"AnotherName", 72, 'X', 1, true, false, false},
+    {"JunkBehindTheRecords", end, ~std::uint64_t{0}, 8, true, false, false},
+};
+
+class DamagedCounters : public testing::TestWithParam<Damage> {
+ protected:
+  DamagedCounters() : name_("VaroTest-damage-" + std::to_string(::getpid())) {}
+  ~DamagedCounters() override { ShmemMan::unlink(name_); }
+
+  void damage() const {
+    pid_t const other = ::fork();
+    if (other == 0) {
+      int const fd = ::shm_open(ShmemObject::objectName(name_).c_str(), O_RDWR, 0);
+      auto const [name, at, value, bytes, goesOn, before, after] = GetParam();
+      ::_exit(::pwrite(fd, &value, bytes, static_cast<off_t>(at)) == static_cast<ssize_t>(bytes) ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(other, &status, 0), other);
+    ASSERT_EQ(status, 0);
+  }
+  bool isRefused() const {
+    try {
+      ShmemMan::attach(name_);
+      return false;
+    } catch (Zon::RangeException const&) {
+      return true;
+    }
+  }
+
+  Zon::Name const name_;
+};
+
+TEST_P(DamagedCounters, NeitherStopTheHostNorTouchWhatIsThere) {
+  auto const slice = newSlice("linecard1", {"E1"}, {"a"});
+  slice->counterShmemManIs(Zon::newPtr<ShmemMan>(name_, std::uint64_t{1} << 20));
+  auto const slices = Zon::newPtr<Zon::Dir>("slices");
+  slices->entityPtrIs(slice);
+  auto const out = Zon::newPtr<PtrDir>("out");
+  auto const agent = VaroIntf::agentFactory("x");
+  agent->allIntfQueueCounterReactorIs(nullptr, out, slices);
+  auto const block = slice->counterShmemMan()->counterBlock("E1-a");
+  ASSERT_NE(block, nullptr);
+  block->data()[0] = std::byte{7};
+
+  damage();
+  EXPECT_EQ(isRefused(), GetParam().refusedBefore);
+  auto const counters = slice->intfQueueCounterDir("E1");
+  counters->intfQueueCounterIs(Zon::newPtr<Interface::IntfQueueCounter>("b"));
+  auto const made = slice->counterShmemMan()->counterBlock("E1-b");
+  EXPECT_EQ(static_cast<bool>(made), GetParam().goesOn);
+  // The interface's block comes first: without it the queues get none.
+  EXPECT_EQ(slice->statisticsShmemMan()->counterBlocks(), GetParam().goesOn ? 36U : 18U);
+  if (made) {
+    for (std::size_t i = 0; i != made->size(); ++i)
+      EXPECT_EQ(made->data()[i], std::byte{0});
+  }
+  EXPECT_EQ(isRefused(), GetParam().refusedAfter);
+  EXPECT_EQ(slice->counterShmemMan()->counterBlock("E1-a"), block);
+  EXPECT_EQ(block->data()[0], std::byte{7});
+  EXPECT_EQ(out->intfQueueCounterDir("E1"), counters);
+
+  // Another object, and everything is as it should be.
+  slice->counterShmemManIs(Zon::newPtr<ShmemMan>());
+  agent->allIntfQueueCounterReactor()->sliceSm("linecard1")->intfQueueCounterSm("E1")->handleQueueCounter();
+  EXPECT_EQ(slice->counterShmemMan()->counterBlocks(), 2U);
+  EXPECT_EQ(slice->statisticsShmemMan()->counterBlocks(), 36U);
+}
+
+INSTANTIATE_TEST_SUITE_P(By, DamagedCounters, testing::ValuesIn(damages),
+                         [](auto const& damage) { return std::string(damage.param.name); });
+
+}  // namespace
