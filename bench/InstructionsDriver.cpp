@@ -166,6 +166,11 @@ template <class World>
 
 [[gnu::noinline]] void measuredSweep(Bench::CounterSlice& world) { world.sweep(); }
 
+[[gnu::noinline]] void measuredMake(Pelto::ShmemMan& manager, std::vector<Zon::String8> const& names) {
+  for (auto const& name : names)
+    manager.newCounterBlock(name);
+}
+
 template <class World>
 std::size_t wire(std::size_t count) {
   World world(count);
@@ -196,6 +201,14 @@ std::size_t interfaces(std::string_view operation, std::size_t count) {
     world.wire();
     measuredRemove(world, Bench::shuffled(count));
     return world.isEmpty() ? count : 0;
+  }
+  if (operation == "make-block") {
+    std::vector<Zon::String8> names;
+    for (std::size_t i = 0; i < count; ++i)
+      names.emplace_back(Bench::nameOf(i) + "-17-dropped");
+    auto const manager = Bench::newManager(true, "blocks");
+    measuredMake(*manager, names);
+    return manager->counterBlocks();
   }
   if (operation == "sweep-slice") {
     Bench::CounterSlice world(count);

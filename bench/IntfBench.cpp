@@ -1,12 +1,12 @@
 /// \file
-/// The interface directory module beside the shortest hand-written C++ that does the same, and its mirror also beside the
-/// same built from Qt objects and signals.
+/// The interface directory module beside the shortest hand-written C++ that does the same, and its mirror also beside
+/// the same built from Qt objects and signals.
 ///
 ///   MirrorFill/HOW/N    a reactor is made over a directory of N entries, its output empty
 ///   MirrorChange/HOW/N  each of N entries is replaced in the input, in random order
 ///   MirrorRemove/HOW/N  each of N entries is removed from the input, in random order
 ///   ModelChange/HOW/N   of each of N statuses one of four forwarding-model inputs changes
-///   CounterBlocks/HOW/N each of N interfaces gets a counter: 19 blocks. `-named` managers can be found by other processes
+///   CounterBlocks/HOW/N each of N interfaces gets a counter: 19 blocks. `-named`: other processes can find the managers
 ///   SliceSweep/HOW/N    the sweep of a slice of N interfaces that are all served already
 ///   Agent/HOW/N         `agentFactory`, N interfaces put into its directory, and all its reactors with a slice
 ///
@@ -46,8 +46,8 @@ std::vector<std::string> namesOf(std::size_t count) {
 }
 
 // ---------------------------------------------------------------------------------------------------------------
-// By hand: entities with plain counts, in absl::flat_hash_map by name. Observers must outlive what they observe, and not
-// unregister while they are called.
+// By hand: entities with plain counts, in absl::flat_hash_map by name. Observers must outlive what they observe, and
+// not unregister while they are called.
 
 template <class T>
 using Ref = boost::intrusive_ptr<T>;

@@ -32,6 +32,7 @@ OPERATIONS = [
     ("wire-mirror", (10_000,), 800),
     ("change-model", (10_000,), 200),
     ("sweep-slice", (10_000,), None),
+    ("make-block", (19_000,), 500),
     ("wire-blocks", (1_000,), 500),
     ("wire-private-blocks", (1_000,), 500),
 ]
