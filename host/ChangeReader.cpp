@@ -432,6 +432,7 @@ Change const& ChangeReader::read(std::string_view line) {
   Raw const& op = members[Member::op];
   change_.operation = readOperation(op);
   if (schema.apply[static_cast<std::size_t>(change_.operation)] == nullptr) {
+    required(Member::op);
     fail(op.column, fmt::format("{} offers no \"{}\"", schema.name, name(change_.operation)));
   }
 

@@ -22,13 +22,24 @@ Zon::Ptr<Dir> producersDir(Module const& agent, char const* attribute) {
   return Module::object<Dir>(Module::get(agent.child("allIntfDir"), attribute));
 }
 
-[[noreturn]] void absent(Change const& change) {
-  throw ChangeError(Member::key, fmt::format("{} of \"{}\" is not there", change.entity->name, excerpt(change.key())));
+/// An entry as messages name it, by its first keys.
+std::string described(std::string_view entity, Change const& change, std::size_t keys) {
+  std::string text = fmt::format("{} of ", entity);
+  for (std::size_t at = 0; at < keys; ++at) {
+    text += fmt::format("{}\"{}\"", at == 0 ? "" : ", ", excerpt(change.keys[at]));
+  }
+  return text;
 }
+
+[[noreturn]] void absent(std::string_view entity, Change const& change, std::size_t keys) {
+  throw ChangeError(Member::key, described(entity, change, keys) + " is not there");
+}
+
+[[noreturn]] void absent(Change const& change) { absent(change.entity->name, change, change.entity->keyCount()); }
 
 [[noreturn]] void present(Change const& change) {
   throw ChangeError(Member::key,
-                    fmt::format("{} of \"{}\" is there already", change.entity->name, excerpt(change.key())));
+                    described(change.entity->name, change, change.entity->keyCount()) + " is there already");
 }
 
 }  // namespace
@@ -217,7 +228,7 @@ void Device::errdisabledDel(Change const& change) {
 void Device::forwardingInputSet(Change const& change) {
   auto const target = status(change.key());
   if (!target) {
-    throw ChangeError(Member::key, fmt::format("intfStatus of \"{}\" is not there", excerpt(change.key())));
+    absent("intfStatus", change, 1);
   }
   target->forwardingModelInputsIs(change.keys[1], change.value.integer);
 }
@@ -225,6 +236,71 @@ void Device::forwardingInputSet(Change const& change) {
 void Device::forwardingInputDel(Change const& change) {
   auto const target = status(change.key());
   if (!target || !target->forwardingModelInputsDel(change.keys[1])) {
+    absent(change);
+  }
+}
+
+// Queue counters.
+
+Zon::Ptr<QueueCounters::Slice> Device::presentSlice(Change const& change) const {
+  auto found = queueCounters_.slice(change.key());
+  if (!found) {
+    absent("slice", change, 1);
+  }
+  return found;
+}
+
+Zon::Ptr<QueueCounters::Counters> Device::presentCounters(Change const& change) const {
+  auto found = presentSlice(change)->intfQueueCounterDir(change.keys[1]);
+  if (!found) {
+    absent("intfQueueCounterDir", change, 2);
+  }
+  return found;
+}
+
+void Device::sliceAdd(Change const& change) {
+  if (queueCounters_.slice(change.key())) {
+    present(change);
+  }
+  queueCounters_.sliceIs(change.key());
+}
+
+void Device::sliceReplace(Change const& change) { queueCounters_.sliceIs(presentSlice(change)->name()); }
+
+void Device::sliceDel(Change const& change) { queueCounters_.sliceDel(presentSlice(change)->name()); }
+
+void Device::countersAdd(Change const& change) {
+  auto const slice = presentSlice(change);
+  if (slice->intfQueueCounterDir(change.keys[1])) {
+    present(change);
+  }
+  queueCounters_.countersIs(*slice, change.keys[1]);
+}
+
+void Device::countersReplace(Change const& change) {
+  queueCounters_.countersIs(*presentSlice(change), presentCounters(change)->intfId());
+}
+
+void Device::countersDel(Change const& change) {
+  queueCounters_.countersDel(*presentSlice(change), presentCounters(change)->intfId());
+}
+
+void Device::counterAdd(Change const& change) {
+  auto const counters = presentCounters(change);
+  if (counters->intfQueueCounter(change.keys[2])) {
+    present(change);
+  }
+  counters->intfQueueCounterIs(Zon::newPtr<Interface::IntfQueueCounter>(change.keys[2]));
+  // The module cannot tell: who is notified has nobody to complain to.
+  if (!queueCounters_.hasBlocks(counters->intfId(), change.keys[2])) {
+    counters->intfQueueCounterDel(change.keys[2]);
+    throw ChangeError(Member::key, described(change.entity->name, change, change.entity->keyCount()) +
+                                       " has no room for its blocks in shared memory");
+  }
+}
+
+void Device::counterDel(Change const& change) {
+  if (!presentCounters(change)->intfQueueCounterDel(change.keys[2])) {
     absent(change);
   }
 }

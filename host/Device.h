@@ -82,12 +82,22 @@ class Device {
   void errdisabledDel(Change const& change);
   void forwardingInputSet(Change const& change);
   void forwardingInputDel(Change const& change);
+  void sliceAdd(Change const& change);
+  void sliceReplace(Change const& change);
+  void sliceDel(Change const& change);
+  void countersAdd(Change const& change);
+  void countersReplace(Change const& change);
+  void countersDel(Change const& change);
+  void counterAdd(Change const& change);
+  void counterDel(Change const& change);
 
   /// Evaluates the interface of that change again.
   void reevaluate(Change const& change);
   /// Evaluates every interface again.
   void reevaluateAll(Change const& change);
 
+  using DefaultConfigs = std::map<std::string, Zon::Ptr<Interface::IntfConfig>, std::less<>>;
+  DefaultConfigs const& defaultConfigs() const noexcept { return defaultConfigs_; }
   /// The default configuration of that name, null for the empty name.
   /// Errors: `ChangeError` when there is none.
   Zon::Ptr<Interface::IntfConfig> defaultConfig(std::string const& name) const;
@@ -106,6 +116,8 @@ class Device {
  private:
   Zon::Ptr<Interface::IntfConfig> presentConfig(Change const& change) const;
   Zon::Ptr<Interface::IntfStatus> presentStatus(Change const& change) const;
+  Zon::Ptr<QueueCounters::Slice> presentSlice(Change const& change) const;
+  Zon::Ptr<QueueCounters::Counters> presentCounters(Change const& change) const;
   void assign(Zon::Entity& target, Change const& change);
 
   StateFollower* const follower_;
@@ -114,7 +126,7 @@ class Device {
   Zon::Ptr<Interface::AllIntfStatusDir> const statuses_;
   Zon::Ptr<Errdisable::Status> const errdisable_;
   QueueCounters queueCounters_;
-  std::map<std::string, Zon::Ptr<Interface::IntfConfig>, std::less<>> defaultConfigs_;
+  DefaultConfigs defaultConfigs_;
   Module agent_;
   Zon::Ptr<Interface::AllIntfConfigDir> const configsIn_;
   Zon::Ptr<Interface::AllIntfStatusDir> const statusesIn_;

@@ -62,6 +62,7 @@ Json describe(InterfaceView const& view) {
   }
   if (view.status) {
     json["varo:active"] = view.status->active();
+    json["varo:forwarding-model"] = view.status->forwardingModel();
   }
   if (view.errdisabled) {
     json["varo:errdisabled-reason"] = view.errdisabled->value().stdString();

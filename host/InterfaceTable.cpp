@@ -14,12 +14,22 @@ namespace {
 
 using Interface::IntfEnabledState;
 
-enum Column : std::size_t { interfaceColumn, adminColumn, operColumn, activeColumn, stateColumn, reasonColumn };
-constexpr std::size_t columns = 6;
-constexpr std::array<std::string_view, columns> titles = {"Interface", "Admin", "Oper", "Active", "State", "Reason"};
+enum Column : std::size_t {
+  interfaceColumn,
+  adminColumn,
+  operColumn,
+  activeColumn,
+  modelColumn,
+  stateColumn,
+  reasonColumn
+};
+constexpr std::size_t columns = 7;
+constexpr std::array<std::string_view, columns> titles = {"Interface", "Admin", "Oper",  "Active",
+                                                          "Model",     "State", "Reason"};
 
 using Cells = std::array<std::string, columns>;
 using Widths = std::array<std::size_t, columns>;
+using Shown = std::array<bool, columns>;
 
 std::string_view word(IntfEnabledState state) {
   switch (state) {
@@ -54,6 +64,7 @@ Cells cellsOf(InterfaceView const& view) {
   }
   if (view.status) {
     cells[activeColumn] = view.status->active() ? "yes" : "no";
+    cells[modelColumn] = fmt::to_string(view.status->forwardingModel());
   }
   if (view.config) {
     cells[adminColumn] = adminCell(*view.config);
@@ -82,12 +93,12 @@ std::string_view colourOf(InterfaceView const& view) {
 
 class RowPrinter {
  public:
-  RowPrinter(Output& out, Widths const& widths, bool hasLinks) : out_(out), widths_(widths), hasLinks_(hasLinks) {}
+  RowPrinter(Output& out, Widths const& widths, Shown const& shown) : out_(out), widths_(widths), shown_(shown) {}
 
   void print(Cells const& cells, std::string_view stateColour) {
     line_.clear();
     for (std::size_t at = 0; at < columns; ++at) {
-      if (at == operColumn && !hasLinks_) {
+      if (!shown_[at]) {
         continue;
       }
       bool const isColoured = at == stateColumn && !stateColour.empty();
@@ -105,7 +116,7 @@ class RowPrinter {
  private:
   Output& out_;
   Widths const& widths_;
-  bool const hasLinks_;
+  Shown const& shown_;
   std::string line_;
 };
 
@@ -116,17 +127,24 @@ std::string_view plural(std::size_t count) { return count == 1 ? "" : "s"; }
 void InterfaceTable::print(Output& out) const {
   Cells header;
   Widths widths{};
+  Shown shown;
+  shown.fill(true);
+  shown[operColumn] = interfaces_.hasLinks();
+  shown[modelColumn] = false;
   for (std::size_t at = 0; at < columns; ++at) {
     header[at] = titles[at];
     widths[at] = titles[at].size();
   }
   for (std::size_t row = 0; row < interfaces_.size(); ++row) {
-    Cells const cells = cellsOf(interfaces_.view(row));
+    InterfaceView const view = interfaces_.view(row);
+    Cells const cells = cellsOf(view);
+    // Where nobody asks for a model there is nothing to tell them apart by.
+    shown[modelColumn] = shown[modelColumn] || (view.status && view.status->forwardingModelInputsIteratorConst());
     for (std::size_t at = 0; at + 1 < columns; ++at) {
       widths[at] = std::max(widths[at], displayWidth(cells[at]));
     }
   }
-  RowPrinter printer(out, widths, interfaces_.hasLinks());
+  RowPrinter printer(out, widths, shown);
   printer.print(header, "");
   for (std::size_t row = 0; row < interfaces_.size() && !out.ended(); ++row) {
     InterfaceView const view = interfaces_.view(row);

@@ -42,7 +42,7 @@ std::string timeText(WallClock::time_point time) {
 LiveCommand::LiveCommand(LiveOptions options, Output& out)
   : options_(std::move(options)),
     out_(out),
-    device_(options_.isFollowing ? &follower_ : nullptr),
+    device_(options_.isFollowing ? &follower_ : nullptr, CounterMemory(options_.counterMemory)),
     report_(options_, out),
     switch_(options_.isEnforcing ? std::make_unique<KernelLinkSwitch>() : nullptr),
     links_(device_, switch_.get(), *this),
@@ -78,8 +78,13 @@ int LiveCommand::run() {
   awaitEchoes();
   // Where only a moment was asked for, its table has been printed; JSON is one document, at the end.
   if (isShown_ && (options_.goesOn() || options_.isJson)) {
-    out_.write(options_.isFollowing && !options_.isJson ? "\n" : "");
+    if (options_.isFollowing) {
+      report_.gap();
+    }
     show();
+  }
+  if (isShown_) {
+    report_.state(device_);
   }
   return status_;
 }
@@ -110,10 +115,8 @@ void LiveCommand::synchronized() {
   if (!options_.goesOn()) {
     return stop();
   }
-  if (!options_.isJson) {
-    out_.write("\n");
-    out_.flush();
-  }
+  report_.gap();
+  out_.flush();
   if (options_.duration) {
     end_.expires_after(
         std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(*options_.duration)));
@@ -147,7 +150,7 @@ void LiveCommand::note(std::string const& text) {
 }
 
 void LiveCommand::enforced(std::string const& text) {
-  if (options_.isJson) {
+  if (options_.isJson || options_.isStateOutput()) {
     complain("varo-host: {}\n", text);
     return;
   }

@@ -18,6 +18,11 @@ struct CommonOptions {
   Colour colour = Colour::automatic;
   bool isJson = false;
   bool isFollowing = false;
+  std::string counterMemory;  ///< prefix of the shared memory's names; empty for private memory
+  std::string stateFile;      ///< "-" for standard output; empty for none
+
+  /// Whether standard output is the state's alone.
+  bool isStateOutput() const noexcept { return stateFile == "-"; }
 };
 
 struct ReplayOptions : CommonOptions {
@@ -36,10 +41,17 @@ struct LiveOptions : CommonOptions {
   bool goesOn() const noexcept { return isFollowing || duration.has_value(); }
 };
 
+struct DiffOptions {
+  std::string before;  ///< "-" for standard input
+  std::string after;
+  bool isJson = false;
+};
+
 /// Exit statuses of the program.
 namespace ExitStatus {
 inline constexpr int fine = 0;
 inline constexpr int someFailed = 1;  ///< a line, an entry or a link could not be handled
+inline constexpr int different = 1;   ///< two states are not the same
 inline constexpr int trouble = 2;     ///< wrong usage, or the program cannot work at all
 }  // namespace ExitStatus
 

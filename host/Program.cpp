@@ -1,10 +1,12 @@
 #include "host/Program.h"
 
 #include <cmath>
+#include <concepts>
 #include <csignal>
 #include <exception>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +18,7 @@
 
 #include "Zon/Exception.h"
 #include "host/Complaint.h"
+#include "host/DiffCommand.h"
 #include "host/LiveCommand.h"
 #include "host/Options.h"
 #include "host/Output.h"
@@ -46,6 +49,14 @@ void addCommon(CLI::App& command, CommonOptions& options, std::string const& fol
   command.add_option("--trace", options.traces, "Print trace lines of a facility, such as Errdisable=7,8 (repeatable)")
       ->allow_extra_args(false)
       ->option_text("FACILITY=LEVEL");
+  command
+      .add_option("--state", options.stateFile,
+                  "At the end write the complete state, as JSON, into this file; - for standard output alone")
+      ->option_text("FILE");
+  command
+      .add_option("--counters", options.counterMemory,
+                  "Keep counter blocks where other processes see them: in shared memory NAME.intf and NAME.queue")
+      ->option_text("NAME");
   command.add_option("--plugin", options.plugin, "Load this plug-in library instead of the program's own")
       ->option_text("FILE");
 }
@@ -74,10 +85,20 @@ void addLive(CLI::App& command, LiveOptions& options) {
   command.footer(footer);
 }
 
+void addDiff(CLI::App& command, DiffOptions& options) {
+  command.add_option("A", options.before, "State to compare, as --state wrote it; - for standard input")->required();
+  command.add_option("B", options.after, "State to compare it with")->required();
+  command.add_flag("--json", options.isJson, "Print each difference as a JSON document");
+  command.footer("Exit status: 0 the states are the same; 1 they differ; 2 wrong usage or trouble.");
+}
+
 template <class Command, class Options>
 int runCommand(Options const& options) {
-  Plugin const plugin(options.plugin);
-  TraceSwitches::apply(options.traces);
+  std::optional<Plugin> plugin;
+  if constexpr (std::derived_from<Options, CommonOptions>) {
+    plugin.emplace(options.plugin);
+    TraceSwitches::apply(options.traces);
+  }
   Output out(STDOUT_FILENO);
   int const status = Command(options, out).run();
   out.flush();
@@ -136,6 +157,9 @@ int Program::run(int argc, char const* const* argv) {
   auto* const liveCommand = app.add_subcommand("live", "Show, follow and guard this machine's own interfaces");
   addReplay(*replayCommand, replay);
   addLive(*liveCommand, live);
+  DiffOptions diff;
+  auto* const diffCommand = app.add_subcommand("diff", "Show what two states differ in, path by path");
+  addDiff(*diffCommand, diff);
 
   try {
     app.parse(argc, argv);
@@ -154,8 +178,17 @@ int Program::run(int argc, char const* const* argv) {
     complain("varo-host: --enforce needs --follow or --duration: what is held is released at the end\n");
     return ExitStatus::trouble;
   }
-  return runGuarded(
-      [&] { return replayCommand->parsed() ? runCommand<ReplayCommand>(replay) : runCommand<LiveCommand>(live); });
+  CommonOptions const& device = replayCommand->parsed() ? static_cast<CommonOptions const&>(replay) : live;
+  if (device.isStateOutput() && (device.isFollowing || device.isJson)) {
+    complain("varo-host: --state - needs standard output for itself, without --follow and --json\n");
+    return ExitStatus::trouble;
+  }
+  return runGuarded([&] {
+    if (diffCommand->parsed()) {
+      return runCommand<DiffCommand>(diff);
+    }
+    return replayCommand->parsed() ? runCommand<ReplayCommand>(replay) : runCommand<LiveCommand>(live);
+  });
 }
 
 }  // namespace VaroHost

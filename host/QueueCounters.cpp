@@ -5,6 +5,8 @@ namespace VaroHost {
 namespace {
 
 constexpr char reactorAttribute[] = "allIntfQueueCounterReactor";
+/// The last of an interface's queues, whose block is the last to be made.
+constexpr unsigned lastQueue = 17;
 
 }  // namespace
 
@@ -59,6 +61,12 @@ void QueueCounters::countersDel(Slice& slice, Orvet::IntfId const& intfId) {
   if (slice.intfQueueCounterDirDel(intfId)) {
     publishAnew(intfId);
   }
+}
+
+bool QueueCounters::hasBlocks(Orvet::IntfId const& intfId, Zon::Name const& counter) const {
+  Zon::String8 const intf = intfId.stringValue();
+  return interfaceBlocks_->counterBlock(Zon::format("%s-%s", intf, counter)) &&
+         queueBlocks_->counterBlock(Zon::format("%s-%hhu-%s", intf, lastQueue, counter));
 }
 
 /// The slice that withdrew an interface took it out of the output, whosever it was there.

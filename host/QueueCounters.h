@@ -49,6 +49,8 @@ class QueueCounters {
   Zon::Ptr<Interface::AllIntfQueueCounterPtrDir const> output() const noexcept { return output_; }
   Zon::Ptr<Pelto::ShmemMan const> interfaceBlocks() const noexcept { return interfaceBlocks_; }
   Zon::Ptr<Pelto::ShmemMan const> queueBlocks() const noexcept { return queueBlocks_; }
+  /// Whether the counter of an interface has got all its blocks.
+  bool hasBlocks(Orvet::IntfId const& intfId, Zon::Name const& counter) const;
 
   /// Null when absent.
   Zon::Ptr<Slice> slice(Zon::Name const& name) const;

@@ -8,12 +8,9 @@
 #include <asio/post.hpp>
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "Zon/Exception.h"
 #include "host/Complaint.h"
-#include "host/Text.h"
 #include "host/Trouble.h"
 
 namespace VaroHost {
@@ -27,33 +24,12 @@ double seconds(std::chrono::nanoseconds time) { return std::chrono::duration<dou
 
 }  // namespace
 
-ReplayCommand::Input::Input(std::string const& file) {
-  bool const isStandard = file == "-";
-  name_ = isStandard ? "<stdin>" : printable(file);
-  descriptor_ = isStandard ? STDIN_FILENO : ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
-  struct stat facts {};
-  if (descriptor_ < 0 || ::fstat(descriptor_, &facts) != 0) {
-    throw Trouble(name_, errno);
-  }
-  if (S_ISDIR(facts.st_mode)) {
-    throw Trouble(name_, EISDIR);
-  }
-  isRegular_ = S_ISREG(facts.st_mode);
-  size_ = isRegular_ ? static_cast<std::uint64_t>(facts.st_size) : 0;
-}
-
-ReplayCommand::Input::~Input() {
-  if (descriptor_ > STDERR_FILENO) {
-    ::close(descriptor_);
-  }
-}
-
 ReplayCommand::ReplayCommand(ReplayOptions options, Output& out)
   : options_(std::move(options)),
     out_(out),
     input_(options_.file),
     lines_(input_.descriptor()),
-    device_(options_.isFollowing ? &follower_ : nullptr),
+    device_(options_.isFollowing ? &follower_ : nullptr, CounterMemory(options_.counterMemory)),
     report_(options_, out),
     progress_("replay", !options_.isFollowing && !options_.isPaced && options_.traces.empty()),
     signals_(loop_, SIGINT, SIGTERM),
@@ -86,11 +62,12 @@ int ReplayCommand::run() {
   resume(false);
   loop_.run();
   progress_.clear();
-  if (!isAborted_ && !out_.ended()) {
-    if (options_.isFollowing && !options_.isJson && lines_.number() != 0) {
-      out_.write("\n");
+  if (!isAborted_) {
+    if (options_.isFollowing && lines_.number() != 0) {
+      report_.gap();
     }
     report_.interfaces(InterfaceList(device_));
+    report_.state(device_);
   }
   return status_;
 }

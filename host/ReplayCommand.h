@@ -24,6 +24,7 @@
 
 #include "host/ChangeReader.h"
 #include "host/Device.h"
+#include "host/InputFile.h"
 #include "host/LineReader.h"
 #include "host/Options.h"
 #include "host/Output.h"
@@ -43,27 +44,6 @@ class ReplayCommand {
   int run();
 
  private:
-  /// An open file that closes itself, unless it is standard input.
-  class Input {
-   public:
-    explicit Input(std::string const& file);
-    ~Input();
-    Input(Input const&) = delete;
-    Input& operator=(Input const&) = delete;
-
-    int descriptor() const noexcept { return descriptor_; }
-    std::string const& name() const noexcept { return name_; }
-    /// Bytes of a regular file, else 0.
-    std::uint64_t size() const noexcept { return size_; }
-    bool isRegular() const noexcept { return isRegular_; }
-
-   private:
-    int descriptor_ = -1;
-    std::string name_;
-    std::uint64_t size_ = 0;
-    bool isRegular_ = false;
-  };
-
   /// Handles a batch of lines, then yields to the loop.
   /// \param mayRead there is input, or the wait for it is over
   void step(bool mayRead);
@@ -80,7 +60,7 @@ class ReplayCommand {
 
   ReplayOptions const options_;
   Output& out_;
-  Input input_;
+  InputFile input_;
   LineReader lines_;
   ChangeReader reader_;
   StateFollower follower_;

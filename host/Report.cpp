@@ -4,6 +4,8 @@
 #include <sstream>
 #include <string>
 
+#include "host/AtomicFile.h"
+#include "host/DeviceState.h"
 #include "host/InterfaceJson.h"
 #include "host/InterfaceTable.h"
 #include "host/Text.h"
@@ -38,9 +40,16 @@ std::string describe(StateFollower::View const& view) {
 }  // namespace
 
 Report::Report(CommonOptions const& options, Output& out)
-  : out_(out), isJson_(options.isJson), isColoured_(isColoured(options.colour, out)) {}
+  : out_(out),
+    isJson_(options.isJson),
+    isColoured_(isColoured(options.colour, out)),
+    stateFile_(options.stateFile),
+    isStateOutput_(options.isStateOutput()) {}
 
 void Report::change(double time, std::string_view timeText, StateFollower::Transition const& transition) {
+  if (isStateOutput_) {
+    return;
+  }
   if (isJson_) {
     InterfaceJson::printChange(out_, time, transition);
     return;
@@ -50,18 +59,38 @@ void Report::change(double time, std::string_view timeText, StateFollower::Trans
 }
 
 void Report::remark(std::string_view timeText, std::string_view text) {
-  if (!isJson_) {
+  if (!isJson_ && !isStateOutput_) {
     out_.print("{}  {}\n", timeText, text);
   }
 }
 
+void Report::gap() {
+  if (!isJson_ && !isStateOutput_) {
+    out_.write("\n");
+  }
+}
+
 void Report::interfaces(InterfaceList const& interfaces) {
+  if (isStateOutput_ || out_.ended()) {
+    return;
+  }
   if (isJson_) {
     InterfaceJson(interfaces).print(out_);
   } else {
     InterfaceTable(interfaces, isColoured_).print(out_);
   }
   out_.flush();
+}
+
+void Report::state(Device const& device) {
+  if (isStateOutput_) {
+    DeviceState(device).print(out_);
+    out_.flush();
+  } else if (!stateFile_.empty()) {
+    AtomicFile file(stateFile_);
+    DeviceState(device).print(file.output());
+    file.commit();
+  }
 }
 
 }  // namespace VaroHost

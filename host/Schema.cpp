@@ -92,6 +92,15 @@ constexpr EntitySchema table[] = {
      {"interface", "source"},
      ValueType::integer,
      {&Device::forwardingInputSet, nullptr, nullptr, &Device::forwardingInputDel}},
+    {"slice", {"slice"}, ValueType::none, {nullptr, &Device::sliceAdd, &Device::sliceReplace, &Device::sliceDel}},
+    {"intfQueueCounterDir",
+     {"slice", "interface"},
+     ValueType::none,
+     {nullptr, &Device::countersAdd, &Device::countersReplace, &Device::countersDel}},
+    {"intfQueueCounter",
+     {"slice", "interface", "counter"},
+     ValueType::none,
+     {nullptr, &Device::counterAdd, nullptr, &Device::counterDel}},
 };
 
 }  // namespace

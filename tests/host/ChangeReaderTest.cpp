@@ -159,6 +159,26 @@ TEST(ChangeReader, TextsHaveALimit) {
             "57: errdisabledIntf has 1025 bytes, at most 1024 are allowed");
 }
 
+TEST(ChangeReader, LinesOfQueueCountersAreChecked) {
+  EXPECT_EQ(fault(R"({"time":0,"entity":"slice","key":"s","op":"add"})"), "fine");
+  EXPECT_EQ(fault(R"({"time":0,"entity":"intfQueueCounter","key":["s","E1","drops"],"op":"del"})"), "fine");
+  EXPECT_EQ(fault(R"({"time":0,"entity":"slice","key":"s"})"), "38: member \"op\" is missing");
+  EXPECT_EQ(fault(R"({"time":0,"entity":"slice","key":"s","op":"set"})"), "43: slice offers no \"set\"");
+  EXPECT_EQ(fault(R"({"time":0,"entity":"slice","key":"s","op":"add","value":1})"), "57: add of slice takes no value");
+  EXPECT_EQ(fault(R"({"time":0,"entity":"slice","key":"s","op":"add","attribute":"x"})"),
+            "61: add of slice takes no attribute");
+  EXPECT_EQ(fault(R"({"time":0,"entity":"slice","key":["s","E1"],"op":"add"})"),
+            "34: slice is found by 1 key, not by 2");
+  EXPECT_EQ(fault(R"({"time":0,"entity":"intfQueueCounterDir","key":"s","op":"add"})"),
+            "48: intfQueueCounterDir is found by 2 keys, not by 1");
+  EXPECT_EQ(fault(R"({"time":0,"entity":"intfQueueCounter","key":["s","E1"],"op":"add"})"),
+            "45: intfQueueCounter is found by 3 keys, not by 2");
+  EXPECT_EQ(fault(R"({"time":0,"entity":"intfQueueCounter","key":["s","","c"],"op":"add"})"),
+            "50: the name of the interface is empty");
+  EXPECT_EQ(fault(R"({"time":0,"entity":"intfQueueCounter","key":["s","E1","c"],"op":"replace"})"),
+            "65: intfQueueCounter offers no \"replace\"");
+}
+
 TEST(ChangeReader, WhatIsNoObjectIsRefused) {
   EXPECT_EQ(fault("[]"), "1: a line must be an object");
   EXPECT_EQ(fault(" 7"), "2: a line must be an object");

@@ -337,12 +337,12 @@ TEST(Replay, AWordThatIsNoCommandIsNamed) {
     auto const result = runHost({word});
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(result.err.starts_with("varo-host: expected a command, one of replay, live")) << result.err;
+    EXPECT_TRUE(result.err.starts_with("varo-host: expected a command, one of replay, live, diff")) << result.err;
     EXPECT_NE(result.err.find("; not \"" + word + "\"\n"), std::string::npos) << result.err;
   }
   auto const missing = runHost({});
   EXPECT_EQ(missing.status, 2);
-  EXPECT_TRUE(missing.err.starts_with("varo-host: expected a command, one of replay, live")) << missing.err;
+  EXPECT_TRUE(missing.err.starts_with("varo-host: expected a command, one of replay, live, diff")) << missing.err;
   EXPECT_EQ(missing.err.find("not"), std::string::npos) << missing.err;
   EXPECT_EQ(runHost({"replay"}).err, "FILE is required\nRun with --help for more information.\n");
 }
@@ -364,6 +364,46 @@ TEST(Replay, AnotherPluginCanBeNamed) {
   auto const result = replay(add, {"--plugin", VARO_LIBZON_FILE});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.err, "varo-host: the plug-in does not offer the type VaroIntf::Agent\n");
+}
+
+TEST(Replay, QueueCountersThatCannotBeAppliedAreReported) {
+  auto const line = [](std::string const& rest) { return R"({"time":0,"entity":")" + rest + "}\n"; };
+  std::string const input = line(R"(intfQueueCounterDir","key":["s","E1"],"op":"add")") +
+                            line(R"(slice","key":"s","op":"add")") + line(R"(slice","key":"s","op":"add")") +
+                            line(R"(intfQueueCounter","key":["s","E1","c"],"op":"add")") +
+                            line(R"(intfQueueCounterDir","key":["s","E1"],"op":"add")") +
+                            line(R"(intfQueueCounter","key":["s","E1","c"],"op":"add")") +
+                            line(R"(intfQueueCounter","key":["s","E1","c"],"op":"add")") +
+                            line(R"(intfQueueCounter","key":["s","E1","d"],"op":"del")") +
+                            line(R"(intfQueueCounterDir","key":["s","E1"],"op":"replace")") +
+                            line(R"(intfQueueCounter","key":["s","E1","c"],"op":"del")") +
+                            line(R"(slice","key":"s","op":"replace")") + line(R"(slice","key":"s","op":"del")") +
+                            line(R"(slice","key":"s","op":"replace")") + line(R"(slice","key":"s","op":"del")");
+  auto const result = replay(input, {"--keep-going"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "<stdin>:1:48: slice of \"s\" is not there\n"
+                        "<stdin>:3:34: slice of \"s\" is there already\n"
+                        "<stdin>:4:45: intfQueueCounterDir of \"s\", \"E1\" is not there\n"
+                        "<stdin>:7:45: intfQueueCounter of \"s\", \"E1\", \"c\" is there already\n"
+                        "<stdin>:8:45: intfQueueCounter of \"s\", \"E1\", \"d\" is not there\n"
+                        "<stdin>:10:45: intfQueueCounter of \"s\", \"E1\", \"c\" is not there\n"
+                        "<stdin>:13:34: slice of \"s\" is not there\n"
+                        "<stdin>:14:34: slice of \"s\" is not there\n");
+}
+
+TEST(Replay, ForwardingModelsStandInTableAndJson) {
+  std::string const input =
+      lines({add, R"({"time":0,"entity":"intfStatus","key":"E1","op":"add","attribute":"active","value":true})"
+                  "\n"});
+  std::string const asked = R"({"time":0,"entity":"forwardingModelInputs","key":["E1","stp"],"value":-7})"
+                            "\n";
+  EXPECT_EQ(replay(input).out.substr(0, 40), "Interface  Admin    Active  State    Rea");
+  EXPECT_EQ(replay(input + asked).out, "Interface  Admin    Active  Model  State    Reason\n"
+                                       "E1         enabled  yes     -7     enabled  -\n"
+                                       "\n"
+                                       "1 interface: 1 enabled, 0 disabled\n");
+  auto const json = nlohmann::json::parse(replay(input + asked, {"--json"}).out);
+  EXPECT_EQ(json["ietf-interfaces:interfaces"]["interface"][0]["varo:forwarding-model"], -7);
 }
 
 // Hostile input: an error at its place, status 1, and the lines around it keep working.

@@ -1,0 +1,56 @@
+#pragma once
+
+/// \file
+/// A file that is written whole or not at all.
+///
+/// Guarantees
+///   A  Until `commit` returned, whatever stood under the name stays as it was; what was begun leaves no trace.
+///   B  Readers see the old content or the new one, never a part. A symbolic link keeps pointing; the file it names is
+///      the one that is replaced.
+///   C  Only a regular file, or none, is replaced. A replaced file's permissions are kept.
+///
+/// Use
+///
+///     VaroHost::AtomicFile file("state.json");
+///     file.output().write(text);
+///     file.commit();
+
+#include <memory>
+#include <string>
+
+#include <sys/types.h>
+
+#include "host/Output.h"
+
+namespace VaroHost {
+
+class AtomicFile {
+ public:
+  /// Errors: `Trouble` naming the file and the reason.
+  explicit AtomicFile(std::string const& file);
+  ~AtomicFile();
+  AtomicFile(AtomicFile const&) = delete;
+  AtomicFile& operator=(AtomicFile const&) = delete;
+
+  Output& output() noexcept { return *output_; }
+  /// Puts what was written in the file's place. Errors: `Trouble`.
+  void commit();
+
+ private:
+  /// Closes itself after the output over it.
+  struct Descriptor {
+    ~Descriptor();
+    int number = -1;
+  };
+
+  mode_t permissions() const;
+  [[noreturn]] void fail(int error) const;
+
+  std::string const name_;    ///< as it was given
+  std::string const target_;  ///< where the name leads
+  std::string temporary_;     ///< empty when there is none
+  Descriptor descriptor_;
+  std::unique_ptr<Output> output_;
+};
+
+}  // namespace VaroHost

@@ -1,0 +1,18 @@
+#include "host/DiffCommand.h"
+
+#include <utility>
+
+#include "host/StateDiff.h"
+#include "host/StateFile.h"
+
+namespace VaroHost {
+
+DiffCommand::DiffCommand(DiffOptions options, Output& out) : options_(std::move(options)), out_(out) {}
+
+int DiffCommand::run() {
+  auto const before = StateFile::read(options_.before);
+  auto const after = StateFile::read(options_.after);
+  return StateDiff(out_, options_.isJson).print(before, after) ? ExitStatus::fine : ExitStatus::different;
+}
+
+}  // namespace VaroHost
