@@ -30,6 +30,7 @@ struct LinkFacts {
   std::uint8_t operState = 0;
   /// `ARPHRD_*` of linux/if_arp.h.
   std::uint16_t type = 0;
+  std::uint32_t transmitQueues = 0;
 };
 
 /// The name of an operational state, as in RFC 8343.

@@ -148,6 +148,9 @@ void LinkMonitor::handleLink(nlmsghdr* header) {
   if (nlattr* const state = attributes[IFLA_OPERSTATE]; state != nullptr && nla_len(state) >= 1) {
     link.operState = nla_get_u8(state);
   }
+  if (nlattr* const queues = attributes[IFLA_NUM_TX_QUEUES]; queues != nullptr && nla_len(queues) >= 4) {
+    link.transmitQueues = nla_get_u32(queues);
+  }
   met_[link.index] = dump_;
   listener_.onLink(link);
 }

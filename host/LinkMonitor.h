@@ -36,6 +36,7 @@ struct Link {
   std::optional<std::uint8_t> operState;
   /// `ARPHRD_*`.
   std::uint16_t type = 0;
+  std::optional<std::uint32_t> transmitQueues{};
 };
 
 class LinkMonitor {

@@ -1,17 +1,14 @@
 #include "host/LiveCommand.h"
 
 #include <cerrno>
-#include <chrono>
-#include <csignal>
-#include <ctime>
 #include <utility>
 
-#include <asio/post.hpp>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/ClockTime.h"
 #include "host/Complaint.h"
 #include "host/ErrdisableList.h"
 #include "host/Text.h"
@@ -26,37 +23,21 @@ constexpr std::chrono::seconds echoPatience{2};
 
 constexpr off_t maxErrdisableBytes = 16 << 20;
 
-using WallClock = std::chrono::system_clock;
-
-std::string timeText(WallClock::time_point time) {
-  std::time_t const seconds = WallClock::to_time_t(time);
-  auto const milliseconds =
-      std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count() % 1000;
-  std::tm local{};
-  ::localtime_r(&seconds, &local);
-  return fmt::format("{:02}:{:02}:{:02}.{:03}", local.tm_hour, local.tm_min, local.tm_sec, milliseconds);
-}
-
 }  // namespace
 
 LiveCommand::LiveCommand(LiveOptions options, Output& out)
   : options_(std::move(options)),
     out_(out),
     device_(options_.isFollowing ? &follower_ : nullptr, CounterMemory(options_.counterMemory)),
+    counters_(device_.queueCounters()),
     report_(options_, out),
     switch_(options_.isEnforcing ? std::make_unique<KernelLinkSwitch>() : nullptr),
     links_(device_, switch_.get(), *this),
-    signals_(loop_, SIGINT, SIGTERM),
-    end_(loop_),
+    ending_(loop_),
+    counting_(loop_, options_.interval, [this] { count(); }),
     monitor_(loop_, links_) {}
 
 int LiveCommand::run() {
-  signals_.add(SIGHUP);
-  signals_.async_wait([this](asio::error_code const& error, int) {
-    if (!error) {
-      stop();
-    }
-  });
   if (!options_.errdisableFile.empty()) {
     errdisableWatch_.emplace(loop_, options_.errdisableFile,
                              [this](FileWatch::Content content) { loadErrdisable(content); });
@@ -90,7 +71,7 @@ int LiveCommand::run() {
 }
 
 void LiveCommand::awaitEchoes() {
-  end_.cancel();
+  ending_.cancelTime();
   asio::steady_timer patience(loop_, echoPatience);
   bool isOver = false;
   patience.async_wait([&isOver](asio::error_code const&) { isOver = true; });
@@ -109,6 +90,7 @@ void LiveCommand::synchronized() {
   isShown_ = true;
   // What led to the first table is no change.
   follower_.flush([](StateFollower::Transition const&) {});
+  count();
   if (!options_.isJson) {
     show();
   }
@@ -117,25 +99,37 @@ void LiveCommand::synchronized() {
   }
   report_.gap();
   out_.flush();
+  counting_.start();
   if (options_.duration) {
-    end_.expires_after(
-        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(*options_.duration)));
-    end_.async_wait([this](asio::error_code const& error) {
-      if (!error) {
-        stop();
-      }
-    });
+    ending_.after(*options_.duration);
   }
+}
+
+void LiveCommand::interfaceIs(std::string const& name, LinkFacts const& facts) {
+  auto const error = counters_.linkIs(facts.index, name, facts.transmitQueues);
+  // Memory that is exhausted stays so: what holds for one link holds for all that follow.
+  if (error && std::exchange(hasAllBlocks_, false)) {
+    failed(*error);
+  }
+}
+
+void LiveCommand::interfaceDel(LinkFacts const& facts) { counters_.linkDel(facts.index); }
+
+void LiveCommand::count() {
+  std::string const error = counters_.refresh().value_or("");
+  if (!error.empty() && error != countError_) {
+    failed(error);
+  }
+  countError_ = error;
 }
 
 void LiveCommand::changed() {
   if (!isShown_ || !options_.isFollowing) {
     return;
   }
-  auto const now = WallClock::now();
-  double const seconds = std::chrono::duration<double>(now.time_since_epoch()).count();
+  auto const now = ClockTime::now();
   follower_.flush(
-      [&](StateFollower::Transition const& transition) { report_.change(seconds, timeText(now), transition); });
+      [&](StateFollower::Transition const& transition) { report_.change(now.seconds(), now.text(), transition); });
   out_.flush();
   if (out_.ended()) {
     stop();
@@ -144,7 +138,7 @@ void LiveCommand::changed() {
 
 void LiveCommand::note(std::string const& text) {
   if (options_.isFollowing) {
-    report_.remark(timeText(WallClock::now()), text);
+    report_.remark(ClockTime::now().text(), text);
     out_.flush();
   }
 }
@@ -154,7 +148,7 @@ void LiveCommand::enforced(std::string const& text) {
     complain("varo-host: {}\n", text);
     return;
   }
-  report_.remark(timeText(WallClock::now()), text);
+  report_.remark(ClockTime::now().text(), text);
   out_.flush();
 }
 

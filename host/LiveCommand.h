@@ -7,7 +7,8 @@
 ///   A  Without `--enforce` the machine is never changed.
 ///   B  On a clean end (signal, time over, reader gone, trouble) everything held is released, unless `--leave-down`.
 ///   C  The last table is printed after that, and after the kernel has told of each link set up (or two seconds).
-///   D  A bad errdisable file is reported line by line; the content before it stays in force.
+///   D  The kernel's statistics are in the counter blocks before anything is shown, and at every interval after that.
+///   E  A bad errdisable file is reported line by line; the content before it stays in force.
 ///
 /// Use
 ///
@@ -18,16 +19,17 @@
 #include <string>
 
 #include <asio/io_context.hpp>
-#include <asio/signal_set.hpp>
-#include <asio/steady_timer.hpp>
 
 #include "host/Device.h"
+#include "host/Ending.h"
 #include "host/FileWatch.h"
 #include "host/LinkMonitor.h"
 #include "host/LinkSwitch.h"
+#include "host/LiveCounters.h"
 #include "host/LiveLinks.h"
 #include "host/Options.h"
 #include "host/Output.h"
+#include "host/Repeater.h"
 #include "host/Report.h"
 #include "host/StateFollower.h"
 
@@ -47,7 +49,11 @@ class LiveCommand final : private LiveLinks::Events {
   void enforced(std::string const& text) override;
   void failed(std::string const& text) override;
   void synchronized() override;
+  void interfaceIs(std::string const& name, LinkFacts const& facts) override;
+  void interfaceDel(LinkFacts const& facts) override;
 
+  /// Brings the counters up to date.
+  void count();
   void loadErrdisable(FileWatch::Content content);
   /// The file's content, empty when it does not exist, nothing when it cannot be read (which is reported).
   std::optional<std::string> readErrdisable();
@@ -60,17 +66,20 @@ class LiveCommand final : private LiveLinks::Events {
   Output& out_;
   StateFollower follower_;
   Device device_;
+  LiveCounters counters_;
   Report report_;
   std::unique_ptr<KernelLinkSwitch> switch_;
   LiveLinks links_;
 
   asio::io_context loop_;
-  asio::signal_set signals_;
-  asio::steady_timer end_;
+  Ending ending_;
+  Repeater counting_;
   LinkMonitor monitor_;
   std::optional<FileWatch> errdisableWatch_;
 
   bool isShown_ = false;
+  bool hasAllBlocks_ = true;
+  std::string countError_;
   int status_ = ExitStatus::fine;
 };
 

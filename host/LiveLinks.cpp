@@ -49,6 +49,7 @@ void LiveLinks::onLink(Link const& link) {
   entry.facts.index = link.index;
   entry.facts.isUp = link.isUp;
   entry.facts.type = link.type;
+  entry.facts.transmitQueues = link.transmitQueues.value_or(entry.facts.transmitQueues);
   entry.facts.operState = link.operState.value_or(entry.facts.operState);
   if (entry.name != link.name) {
     nameIs(entry, link);
@@ -78,6 +79,7 @@ void LiveLinks::nameIs(Entry& entry, Link const& link) {
   auto const config = Zon::newPtr<IntfConfig>(link.name);
   config->adminEnabledStateLocalIs(adminState(link.isUp || entry.isHeld));
   device_.configIs(config);
+  events_.interfaceIs(link.name, entry.facts);
 
   if (isSynchronized_) {
     events_.note(oldName.empty() ? fmt::format("{}: added", printable(link.name))
@@ -90,6 +92,7 @@ void LiveLinks::forget(Entry& entry) {
   if (entry.name.empty()) {
     return;
   }
+  events_.interfaceDel(entry.facts);
   device_.configDel(entry.name);
   device_.statusDel(entry.name);
   byName_.erase(entry.name);

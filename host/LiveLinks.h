@@ -39,6 +39,9 @@ class LiveLinks final : public LinkMonitor::Listener {
     /// A link was set down or up, by us or against us.
     virtual void enforced(std::string const& text) = 0;
     virtual void failed(std::string const& text) = 0;
+    /// An interface came. Its name is no other's; a link that changes its name goes first.
+    virtual void interfaceIs(std::string const&, LinkFacts const&) {}
+    virtual void interfaceDel(LinkFacts const&) {}
     virtual void synchronized() = 0;
 
    protected:

@@ -11,7 +11,7 @@ namespace VaroHost {
 
 enum class Colour { automatic, always, never };
 
-/// What both commands understand.
+/// What the commands that run a device understand.
 struct CommonOptions {
   std::string plugin;               ///< file of the plug-in; empty for the program's own
   std::vector<std::string> traces;  ///< FACILITY=LEVEL
@@ -33,6 +33,7 @@ struct ReplayOptions : CommonOptions {
 
 struct LiveOptions : CommonOptions {
   std::optional<double> duration;  ///< seconds
+  double interval = 1.0;           ///< seconds between two looks at the kernel's statistics
   std::string errdisableFile;      ///< empty for none
   bool isEnforcing = false;
   bool leavesDown = false;
@@ -47,10 +48,20 @@ struct DiffOptions {
   bool isJson = false;
 };
 
+struct CountersOptions {
+  std::vector<std::string> names;  ///< of managers or blocks; none for all
+  bool isJson = false;
+  bool isWatching = false;
+  double interval = 1.0;           ///< seconds
+  std::optional<double> duration;  ///< seconds
+  bool isUnlinking = false;
+  bool isConfirmed = false;
+};
+
 /// Exit statuses of the program.
 namespace ExitStatus {
 inline constexpr int fine = 0;
-inline constexpr int someFailed = 1;  ///< a line, an entry or a link could not be handled
+inline constexpr int someFailed = 1;  ///< a line, an entry, a link or an object could not be handled
 inline constexpr int different = 1;   ///< two states are not the same
 inline constexpr int trouble = 2;     ///< wrong usage, or the program cannot work at all
 }  // namespace ExitStatus

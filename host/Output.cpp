@@ -1,8 +1,10 @@
 #include "host/Output.h"
 
 #include <cerrno>
+#include <cstdlib>
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace VaroHost {
@@ -30,6 +32,18 @@ void Output::flush() noexcept {
 }
 
 bool Output::isTerminal() const noexcept { return ::isatty(descriptor_) != 0; }
+
+bool Output::isScreen() const noexcept {
+  char const* const terminal = std::getenv("TERM");
+  bool const isDumb = terminal != nullptr && std::string_view(terminal) == "dumb";
+  return isTerminal() && !isDumb;
+}
+
+Output::Size Output::screenSize() const noexcept {
+  winsize size{};
+  bool const isKnown = ::ioctl(descriptor_, TIOCGWINSZ, &size) == 0 && size.ws_row != 0 && size.ws_col != 0;
+  return isKnown ? Size{size.ws_row, size.ws_col} : Size{24, 80};
+}
 
 int Output::error() const noexcept { return error_ == EPIPE ? 0 : error_; }
 

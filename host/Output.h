@@ -37,7 +37,17 @@ class Output {
   }
   void flush() noexcept;
 
+  /// What fits on a screen.
+  struct Size {
+    std::size_t lines;
+    std::size_t columns;
+  };
+
   bool isTerminal() const noexcept;
+  /// A terminal that understands more than lines.
+  bool isScreen() const noexcept;
+  /// The terminal's size; 24 by 80 where it is not known.
+  Size screenSize() const noexcept;
   /// The reader has gone, or writing failed: there is no point in going on.
   bool ended() const noexcept { return error_ != 0; }
   /// The number of the error that ended the output, 0 while all is well and for a reader that went.

@@ -1,6 +1,6 @@
 #include "host/Program.h"
 
-#include <cmath>
+#include <charconv>
 #include <concepts>
 #include <csignal>
 #include <exception>
@@ -18,6 +18,7 @@
 
 #include "Zon/Exception.h"
 #include "host/Complaint.h"
+#include "host/CountersCommand.h"
 #include "host/DiffCommand.h"
 #include "host/LiveCommand.h"
 #include "host/Options.h"
@@ -32,8 +33,20 @@ namespace VaroHost {
 
 namespace {
 
-constexpr char footer[] =
-    "Exit status: 0 all went well; 1 a line, an entry or a link could not be handled; 2 wrong usage or trouble.";
+constexpr char footer[] = "Exit status: 0 all went well; 1 a line, an entry, a link or an object could not be handled; "
+                          "2 wrong usage or trouble.";
+
+/// A number of seconds; comparisons alone would let nan pass.
+CLI::Validator seconds(double least) {
+  return {[least](std::string const& text) {
+            double number = 0;
+            auto const read = std::from_chars(text.data(), text.data() + text.size(), number);
+            bool const isRight =
+                read.ec == std::errc() && read.ptr == text.data() + text.size() && number >= least && number <= 1e9;
+            return isRight ? std::string() : fmt::format("{} is no number of seconds from {} to 1e9", text, least);
+          },
+          ""};
+}
 
 void addCommon(CLI::App& command, CommonOptions& options, std::string const& followed) {
   static std::map<std::string, Colour> const colours = {
@@ -72,7 +85,11 @@ void addReplay(CLI::App& command, ReplayOptions& options) {
 
 void addLive(CLI::App& command, LiveOptions& options) {
   command.add_option("--duration", options.duration, "Go on for so many seconds")
-      ->check(CLI::Range(0.0, 1e9))
+      ->check(seconds(0))
+      ->option_text("SECONDS");
+  command
+      .add_option("--interval", options.interval, "Take the kernel's statistics every so many seconds, 1 when left out")
+      ->check(seconds(0.01))
       ->option_text("SECONDS");
   command
       .add_option("--errdisable", options.errdisableFile,
@@ -90,6 +107,27 @@ void addDiff(CLI::App& command, DiffOptions& options) {
   command.add_option("B", options.after, "State to compare it with")->required();
   command.add_flag("--json", options.isJson, "Print each difference as a JSON document");
   command.footer("Exit status: 0 the states are the same; 1 they differ; 2 wrong usage or trouble.");
+}
+
+void addCounters(CLI::App& command, CountersOptions& options) {
+  command.add_option("NAME", options.names,
+                     "Managers or blocks to show: an exact name, else the beginning of names, or a shell pattern; "
+                     "everything when left out");
+  auto* const json = command.add_flag("--json", options.isJson, "Print JSON instead of a table");
+  auto* const watch = command.add_flag("--watch", options.isWatching, "Go on and show what changes, until Ctrl-C");
+  command.add_option("--interval", options.interval, "Seconds between two looks, 1 when left out")
+      ->check(seconds(0.01))
+      ->needs(watch)
+      ->option_text("SECONDS");
+  command.add_option("--duration", options.duration, "Watch for so many seconds")
+      ->check(seconds(0))
+      ->needs(watch)
+      ->option_text("SECONDS");
+  auto* const unlink = command.add_flag("--unlink", options.isUnlinking,
+                                        "Remove the objects of these managers, after asking on the terminal");
+  unlink->excludes(watch)->excludes(json);
+  command.add_flag("--yes", options.isConfirmed, "Remove without asking")->needs(unlink);
+  command.footer(footer);
 }
 
 template <class Command, class Options>
@@ -153,13 +191,17 @@ int Program::run(int argc, char const* const* argv) {
   app.footer(footer);
   ReplayOptions replay;
   LiveOptions live;
+  CountersOptions counters;
   auto* const replayCommand = app.add_subcommand("replay", "Play a recorded stream of changes and show the interfaces");
   auto* const liveCommand = app.add_subcommand("live", "Show, follow and guard this machine's own interfaces");
   addReplay(*replayCommand, replay);
+  auto* const countersCommand =
+      app.add_subcommand("counters", "Show the counter blocks that hosts keep in shared memory");
   addLive(*liveCommand, live);
   DiffOptions diff;
   auto* const diffCommand = app.add_subcommand("diff", "Show what two states differ in, path by path");
   addDiff(*diffCommand, diff);
+  addCounters(*countersCommand, counters);
 
   try {
     app.parse(argc, argv);
@@ -169,10 +211,6 @@ int Program::run(int argc, char const* const* argv) {
       return ExitStatus::trouble;
     }
     return app.exit(error) == 0 ? ExitStatus::fine : ExitStatus::trouble;
-  }
-  if (live.duration && std::isnan(*live.duration)) {
-    complain("varo-host: --duration: nan is no number of seconds\n");
-    return ExitStatus::trouble;
   }
   if (live.isEnforcing && !live.goesOn()) {
     complain("varo-host: --enforce needs --follow or --duration: what is held is released at the end\n");
@@ -186,6 +224,9 @@ int Program::run(int argc, char const* const* argv) {
   return runGuarded([&] {
     if (diffCommand->parsed()) {
       return runCommand<DiffCommand>(diff);
+    }
+    if (countersCommand->parsed()) {
+      return runCommand<CountersCommand>(counters);
     }
     return replayCommand->parsed() ? runCommand<ReplayCommand>(replay) : runCommand<LiveCommand>(live);
   });

@@ -23,9 +23,7 @@ bool isColoured(Colour colour, Output const& out) {
   case Colour::automatic:
     break;
   }
-  char const* const terminal = std::getenv("TERM");
-  bool const isDumb = terminal != nullptr && std::string_view(terminal) == "dumb";
-  return out.isTerminal() && std::getenv("NO_COLOR") == nullptr && !isDumb;
+  return out.isScreen() && std::getenv("NO_COLOR") == nullptr;
 }
 
 std::string describe(StateFollower::View const& view) {

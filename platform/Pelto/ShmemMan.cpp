@@ -8,25 +8,11 @@
 #include <string_view>
 
 #include "Zon/Exception.h"
+#include "platform/Pelto/ShmemRecord.h"
 
 namespace Pelto {
 
 namespace {
-
-constexpr std::uint64_t blockSize = ShmemObject::blockSize;
-
-/// What precedes the name of a record.
-struct RecordHead {
-  std::uint32_t recordSize;
-  std::uint32_t nameLength;
-};
-
-// Head, name and zeros, up to the block.
-constexpr std::uint64_t blockOffset(std::uint64_t nameLength) noexcept {
-  return (sizeof(RecordHead) + nameLength + blockSize - 1) / blockSize * blockSize;
-}
-
-constexpr std::uint64_t recordSizeOf(std::uint64_t nameLength) noexcept { return blockOffset(nameLength) + blockSize; }
 
 // One read, so that what was checked is what is used.
 std::uint32_t readOnce(std::byte* at) noexcept {
@@ -81,7 +67,7 @@ Zon::Ptr<CounterBlock> ShmemMan::newCounterBlock(Zon::String8 name) {
   }
   if (damaged_) refuse(name, "the object is damaged");
   std::size_t const nameLength = name.length();
-  std::uint64_t const recordSize = recordSizeOf(nameLength);
+  std::uint64_t const recordSize = ShmemRecord::sizeOf(nameLength);
   if (recordSize > object_.capacity() - end_ || recordSize > std::numeric_limits<std::uint32_t>::max() ||
       count_ == std::numeric_limits<std::uint32_t>::max()) {
     refuseExhausted(name);
@@ -90,11 +76,11 @@ Zon::Ptr<CounterBlock> ShmemMan::newCounterBlock(Zon::String8 name) {
 
   // Whatever can fail comes before the first byte is written.
   std::byte* const record = object_.base() + end_;
-  std::byte* const data = record + blockOffset(nameLength);
+  std::byte* const data = record + ShmemRecord::blockOffset(nameLength);
   add(name, data, recordSize);
   // A killed maker may have left something here.
   std::memset(record, 0, recordSize);
-  RecordHead const head{static_cast<std::uint32_t>(recordSize), static_cast<std::uint32_t>(nameLength)};
+  ShmemRecord const head{static_cast<std::uint32_t>(recordSize), static_cast<std::uint32_t>(nameLength)};
   std::memcpy(record, &head, sizeof head);
   std::memcpy(record + sizeof head, name.view().data(), nameLength);
   object_.publish(end_, count_);
@@ -134,15 +120,15 @@ bool ShmemMan::discoverUpTo(std::uint32_t published) const {
 
 // False when there is no sound record at `end_`.
 bool ShmemMan::discoverOne(std::uint64_t limit) const {
-  if (limit < end_ || limit - end_ < sizeof(RecordHead)) return false;
+  if (limit < end_ || limit - end_ < sizeof(ShmemRecord)) return false;
   std::byte* const record = object_.base() + end_;
-  std::uint32_t const recordSize = readOnce(record + offsetof(RecordHead, recordSize));
-  std::uint32_t const nameLength = readOnce(record + offsetof(RecordHead, nameLength));
-  if (recordSize != recordSizeOf(nameLength) || recordSize > limit - end_) return false;
+  std::uint32_t const recordSize = readOnce(record + offsetof(ShmemRecord, size));
+  std::uint32_t const nameLength = readOnce(record + offsetof(ShmemRecord, nameLength));
+  if (recordSize != ShmemRecord::sizeOf(nameLength) || recordSize > limit - end_) return false;
 
-  Zon::String8 const name = std::string_view(reinterpret_cast<char const*>(record + sizeof(RecordHead)), nameLength);
+  Zon::String8 const name = std::string_view(reinterpret_cast<char const*>(record + sizeof(ShmemRecord)), nameLength);
   if (find(name) != nullptr) return false;
-  add(name, record + blockOffset(nameLength), recordSize);
+  add(name, record + ShmemRecord::blockOffset(nameLength), recordSize);
   return true;
 }
 

@@ -164,10 +164,7 @@ void ShmemObject::initialise(std::uint64_t capacity) {
 void ShmemObject::readShape() {
   Header seen;
   if (retried([&] { return ::pread(fd_, &seen, sizeof seen, 0); }) != sizeof seen) fail("it has no header");
-  if (std::memcmp(seen.magic, magic, sizeof seen.magic) != 0) fail("it is not a counter object");
-  if (seen.version != version) fail("its version is " + std::to_string(seen.version));
-  if (seen.headerSize != sizeof(Header) || seen.blockSize != blockSize) fail("its sizes are not ours");
-  if (seen.capacity < sizeof(Header) || seen.capacity > std::uint64_t{PTRDIFF_MAX}) failDamaged();
+  if (std::string const fault = shapeFault(seen); !fault.empty()) fail(fault);
   capacity_ = seen.capacity;
 }
 
@@ -177,10 +174,22 @@ void ShmemObject::checkUse() {
   std::uint64_t const inUse = used();
   std::uint64_t const reserved = std::atomic_ref(header()->reserved).load(std::memory_order_acquire);
   std::uint64_t const actual = size();
-  bool const sound = inUse >= sizeof(Header) && inUse % blockSize == 0 && inUse <= reserved && inUse <= actual &&
-                     reserved <= capacity_ && actual <= capacity_;
-  if (!sound) failDamaged();
+  if (!isUseSound(inUse, reserved, actual, capacity_)) fail(damagedHeader);
   covered_ = actual;
+}
+
+std::string ShmemObject::shapeFault(Header const& seen) {
+  if (std::memcmp(seen.magic, magic, sizeof seen.magic) != 0) return "it is not a counter object";
+  if (seen.version != version) return "its version is " + std::to_string(seen.version);
+  if (seen.headerSize != sizeof(Header) || seen.blockSize != blockSize) return "its sizes are not ours";
+  bool const isPossible = seen.capacity >= sizeof(Header) && seen.capacity <= std::uint64_t{PTRDIFF_MAX};
+  return isPossible ? "" : damagedHeader;
+}
+
+bool ShmemObject::isUseSound(std::uint64_t used, std::uint64_t reserved, std::uint64_t actual,
+                             std::uint64_t capacity) noexcept {
+  return used >= sizeof(Header) && used % blockSize == 0 && used <= reserved && used <= actual &&
+         reserved <= capacity && actual <= capacity;
 }
 
 std::uint64_t ShmemObject::size() const {
@@ -223,8 +232,6 @@ void ShmemObject::fail(std::string const& what, int error) const {
   if (error != 0) text += ": " + std::generic_category().message(error);
   Zon::throwRangeException(text);
 }
-
-void ShmemObject::failDamaged() const { fail("its header is damaged"); }
 
 namespace {
 

@@ -54,6 +54,12 @@ class ShmemObject {
   static std::string objectName(Zon::Name const& name);
   /// Removes the name; false when absent. Throws a range exception when it is not allowed.
   static bool unlink(Zon::Name const& name);
+  static constexpr char damagedHeader[] = "its header is damaged";
+  /// What is wrong with the part of a header that never changes, empty when it is ours.
+  static std::string shapeFault(Header const& header);
+  /// Whether the changing part fits an object of `actual` bytes. REQUIRES: read in this order, one after the other.
+  static bool isUseSound(std::uint64_t used, std::uint64_t reserved, std::uint64_t actual,
+                         std::uint64_t capacity) noexcept;
 
   std::byte* base() const noexcept { return base_; }
   std::uint64_t capacity() const noexcept { return capacity_; }
@@ -104,7 +110,6 @@ class ShmemObject {
   void checkCapacity(std::uint64_t capacity) const;
   void readShape();
   void checkUse();
-  [[noreturn]] void failDamaged() const;
   std::uint64_t size() const;
   int allocate(std::uint64_t wanted) noexcept;
   Header* header() const noexcept { return reinterpret_cast<Header*>(base_); }

@@ -39,19 +39,9 @@ class NetworkNamespace {
     return value != nullptr && std::string_view(value) == "true";
   }
 
-  /// Runs `ip` with these arguments. Errors: throws when it fails.
-  static std::string ip(std::string const& arguments) {
-    std::string text;
-    FILE* const pipe = ::popen(("PATH=$PATH:/sbin:/usr/sbin ip " + arguments + " 2>&1").c_str(), "r");
-    char buffer[4096];
-    while (std::size_t const got = std::fread(buffer, 1, sizeof buffer, pipe)) {
-      text.append(buffer, got);
-    }
-    if (::pclose(pipe) != 0) {
-      throw std::runtime_error("ip " + arguments + ": " + text);
-    }
-    return text;
-  }
+  /// Runs `ip` or `tc` with these arguments. Errors: throws when it fails.
+  static std::string ip(std::string const& arguments) { return run("ip " + arguments); }
+  static std::string tc(std::string const& arguments) { return run("tc " + arguments); }
 
   static nlohmann::json link(std::string const& name) {
     return nlohmann::json::parse(ip("-j link show dev " + name)).at(0);
@@ -67,6 +57,19 @@ class NetworkNamespace {
   }
 
  private:
+  static std::string run(std::string const& command) {
+    std::string text;
+    FILE* const pipe = ::popen(("PATH=$PATH:/sbin:/usr/sbin " + command + " 2>&1").c_str(), "r");
+    char buffer[4096];
+    while (std::size_t const got = std::fread(buffer, 1, sizeof buffer, pipe)) {
+      text.append(buffer, got);
+    }
+    if (::pclose(pipe) != 0) {
+      throw std::runtime_error(command + ": " + text);
+    }
+    return text;
+  }
+
   static std::string check() {
     try {
       ip("link add name probe0 type veth peer name probe1");

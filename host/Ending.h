@@ -1,0 +1,36 @@
+#pragma once
+
+/// \file
+/// What ends a command that goes on: Ctrl-C, a signal that asks for the end, time that is over.
+///
+/// Guarantees
+///   A  From construction on these signals do not end the process: they stop the loop.
+///
+/// Use
+///
+///     VaroHost::Ending ending(loop);
+///     ending.after(seconds);
+///     loop.run();
+
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <asio/steady_timer.hpp>
+
+namespace VaroHost {
+
+class Ending {
+ public:
+  explicit Ending(asio::io_context& loop);
+
+  /// Stops the loop after so many seconds.
+  void after(double seconds);
+  /// Forgets that.
+  void cancelTime() { timer_.cancel(); }
+
+ private:
+  asio::io_context& loop_;
+  asio::signal_set signals_;
+  asio::steady_timer timer_;
+};
+
+}  // namespace VaroHost
