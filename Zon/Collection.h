@@ -200,8 +200,8 @@ class ValueCollection
   using ValueCollection::MapCollection::find;
 
   void set(X& owner, Key const& key, Value value) {
-    Ptr<X> const held(&owner);
     if (store(key, value)) {
+      // The delivery holds the owner; nothing of it is touched afterwards.
       this->notify(owner, key);
     }
   }
