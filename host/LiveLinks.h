@@ -22,12 +22,12 @@
 
 #include "host/Device.h"
 #include "host/InterfaceList.h"
-#include "host/LinkMonitor.h"
+#include "host/LinkMessages.h"
 #include "host/LinkSwitch.h"
 
 namespace VaroHost {
 
-class LiveLinks final : public LinkMonitor::Listener {
+class LiveLinks final : public LinkMessages::Listener {
  public:
   /// What the links tell of.
   class Events {
