@@ -132,9 +132,9 @@ AllIntfSM::IntfSMIteratorConst AllIntfSM::intfSMIteratorConst() const { return I
 // Reactions
 
 void AllIntfSM::handleInitialized() {
+  Zon::Ptr<AllIntfSM> const self(this);
   Zon::trace(traceFacility, 8, traceFile, 58, "handleInitialized",
              [](std::ostream& line) { line << "void VaroErrdisable::AllIntfSM::handleInitialized()"; });
-  Zon::Ptr<AllIntfSM> const self(this);
   // Before the scan, so that the calls below do their work.
   initialized_ = true;
   if (Zon::Ptr<Interface::AllIntfConfigDir> const directory = intfConfigDir()) {
@@ -145,13 +145,13 @@ void AllIntfSM::handleInitialized() {
 }
 
 void AllIntfSM::handleIntf(Orvet::IntfId intfId) {
+  Zon::Ptr<AllIntfSM> const self(this);
   Zon::trace(traceFacility, 7, traceFile, 69, "handleIntf", [&intfId](std::ostream& line) {
     line << "void VaroErrdisable::AllIntfSM::handleIntf(Orvet::IntfId)" << intfId;
   });
   if (!initialized_) {
     return;
   }
-  Zon::Ptr<AllIntfSM> const self(this);
   auto const config = required(intfConfigDir(), "intfConfigDir")->intfConfig(intfId);
   if (!config) {
     intfSMDel(intfId);
@@ -164,13 +164,13 @@ void AllIntfSM::handleIntf(Orvet::IntfId intfId) {
 }
 
 void AllIntfSM::handleErrdisable(Orvet::IntfId intfId) {
+  Zon::Ptr<AllIntfSM> const self(this);
   Zon::trace(traceFacility, 7, traceFile, 88, "handleErrdisable", [&intfId](std::ostream& line) {
     line << "void VaroErrdisable::AllIntfSM::handleErrdisable(Orvet::IntfId)" << intfId;
   });
   if (!initialized_) {
     return;
   }
-  Zon::Ptr<AllIntfSM> const self(this);
   if (!required(intfConfigDir(), "intfConfigDir")->intfConfig(intfId)) {
     return;
   }

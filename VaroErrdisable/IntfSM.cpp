@@ -70,6 +70,7 @@ Zon::Ptr<IntfSM::ZonIntfStatus> IntfSM::newIntfStatus(Zon::Ptr<Interface::IntfSt
 }
 
 void IntfSM::handleInitialized() {
+  Zon::Hold const held(*this);
   Zon::trace(traceFacility, 8, traceFile, 11, "handleInitialized", [this](std::ostream& line) {
     line << "void VaroErrdisable::IntfSM::handleInitialized()" << required(intfConfig(), "intfConfig")->intfId();
   });
@@ -80,6 +81,7 @@ void IntfSM::handleStateChange() {
   if (!initialized_) {
     return;
   }
+  Zon::Hold const held(*this);
   Zon::trace(traceFacility, 7, traceFile, 21, "handleStateChange",
              [this](std::ostream& line) { writeStateChange(line); });
 

@@ -27,10 +27,11 @@ bool _fwkRegistered();
 /// An input that the host must supply. A missing one is a programming error: caught in debug builds, not guarded in
 /// release builds.
 template <class Pointer>
-Pointer required(Pointer pointer, [[maybe_unused]] char const* name) {
+Pointer required(Pointer pointer, [[maybe_unused]] char const* name, [[maybe_unused]] int line = __builtin_LINE(),
+                 [[maybe_unused]] char const* function = __builtin_FUNCTION()) {
 #ifndef NDEBUG
   if (!pointer) {
-    Zon::assertFailed(name, traceFile, 0, "required");
+    Zon::assertFailed(name, traceFile, line, function);
   }
 #endif
   return pointer;

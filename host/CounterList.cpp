@@ -124,7 +124,8 @@ void CounterList::select() {
       best[at] = std::max(best[at], wanted_[at].match(name));
     }
     if (scope_ == Scope::all) {
-      asksForBlocks = asksForBlocks || best[at] == Match::none;
+      // A name that has shown something before is no question any more.
+      asksForBlocks = asksForBlocks || (best[at] == Match::none && !isMatched_[at]);
       matchBlocks(wanted_[at], best[at]);
     }
     isMatched_[at] = isMatched_[at] || best[at] != Match::none;

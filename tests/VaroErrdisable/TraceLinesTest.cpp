@@ -2,6 +2,7 @@
 
 #include "support/TraceLines.h"
 
+#include <functional>
 #include <sstream>
 #include <string>
 
@@ -174,6 +175,32 @@ TEST_F(TraceLinesTest, ASinkThatThrowsChangesNoDecision) {
   Zon::traceSinkIs([](Zon::TraceRecord const&) { throw 7; });
   config->adminEnabledStateLocalIs(disabled);
   EXPECT_EQ(events.take(), "Ethernet1.state=disabled Ethernet1.reason='admin'");
+}
+
+TEST_F(TraceLinesTest, ASinkMayDropTheMachineThatSpeaks) {
+  for (auto const speak : {&IntfSM::handleStateChange, &IntfSM::handleInitialized}) {
+    auto dropped = newMachine(nullptr, config);
+    TraceLines lines("Errdisable", {7, 8});
+    Zon::traceSinkIs([&](Zon::TraceRecord const&) { dropped = nullptr; });
+    IntfSM& speaker = *dropped;
+    (speaker.*speak)();
+    EXPECT_EQ(dropped, nullptr);
+  }
+}
+
+TEST_F(TraceLinesTest, ASinkMayDropTheMachinesThatSpeak) {
+  std::function<void(VaroErrdisable::AllIntfSM&)> const speeches[] = {
+      [](auto& machines) { machines.handleInitialized(); }, [](auto& machines) { machines.handleIntf("Ethernet1"); },
+      [](auto& machines) { machines.handleErrdisable("Ethernet1"); }};
+  for (auto const& speak : speeches) {
+    configs->intfConfigIs(config);
+    auto dropped = newMachines(nullptr);
+    TraceLines lines("Errdisable", {7, 8});
+    Zon::traceSinkIs([&](Zon::TraceRecord const&) { dropped = nullptr; });
+    VaroErrdisable::AllIntfSM& speaker = *dropped;
+    speak(speaker);
+    EXPECT_EQ(dropped, nullptr);
+  }
 }
 
 }  // namespace

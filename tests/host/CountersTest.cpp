@@ -278,6 +278,18 @@ TEST_F(Counters, WatchingInJsonIsADocumentALine) {
   EXPECT_EQ(seen, "Ethernet2-drops=18446744073709551615 Ethernet10-drops=7 Ethernet10-drops=8 went ");
 }
 
+TEST_F(Counters, ADamagedObjectIsNothingToANameThatHasShownAnother) {
+  SharedObjects::set(*manager("other"), "x", 1);
+  HostProcess process({"counters", "--watch", "--interval", "0.02", prefix() + "card.intf"});
+  ASSERT_TRUE(process.waitFor("1 object, 2 blocks\n"));
+  SharedObjects::overwrite(objects_.name("other"), 64, "damage");
+  ShmemMan::unlink(objects_.name("card.intf"));
+  ASSERT_TRUE(process.waitFor("card.intf: gone\n"));
+  process.signal(SIGINT);
+  EXPECT_EQ(process.finish(), 0) << process.err();
+  EXPECT_EQ(process.err(), "");
+}
+
 TEST_F(Counters, WhatIsDamagedWhileItIsWatchedIsSaidOnce) {
   HostProcess process({"counters", "--watch", "--interval", "0.02", prefix()});
   ASSERT_TRUE(process.waitFor("2 objects, 4 blocks\n"));

@@ -30,31 +30,15 @@ class Live : public testing::Test {
     ip("link set a0 up");
     ip("link set a1 up");
     // The kernel settles operational states a moment later.
-    ASSERT_TRUE(becomesOperationally("a0", "UP"));
-    ASSERT_TRUE(becomesOperationally("a1", "UP"));
+    ASSERT_TRUE(NetworkNamespace::becomesOperationally("a0", "UP"));
+    ASSERT_TRUE(NetworkNamespace::becomesOperationally("a1", "UP"));
   }
 
   static void ip(std::string const& arguments) { NetworkNamespace::ip(arguments); }
 
-  /// Waits for a condition on what the kernel shows.
-  template <class Condition>
-  static bool eventually(Condition const& condition) {
-    for (int attempt = 0; attempt < 6000; ++attempt) {
-      if (condition()) {
-        return true;
-      }
-      ::usleep(10000);
-    }
-    return false;
-  }
-
   /// Waits until the kernel shows the link up or down.
   static bool becomes(std::string const& name, bool up) {
-    return eventually([&] { return NetworkNamespace::isUp(name) == up; });
-  }
-
-  static bool becomesOperationally(std::string const& name, std::string const& state) {
-    return eventually([&] { return NetworkNamespace::link(name).at("operstate") == state; });
+    return NetworkNamespace::eventually([&] { return NetworkNamespace::isUp(name) == up; });
   }
 
   ScratchDirectory scratch_;
@@ -76,7 +60,7 @@ nlohmann::json interfaceNamed(std::string const& document, std::string const& na
 
 TEST_F(Live, TheTableShowsWhatTheKernelHas) {
   ip("link set a1 down");
-  ASSERT_TRUE(becomesOperationally("a0", "LOWERLAYERDOWN"));
+  ASSERT_TRUE(NetworkNamespace::becomesOperationally("a0", "LOWERLAYERDOWN"));
   auto const result = runHost({"live"});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "");
@@ -436,8 +420,8 @@ TEST_F(Live, AfterAnOverrunTheProgramTellsRealDifferencesOnly) {
                                           "link add name c0 type veth peer name c1\n"
                                           "link add name d0 type veth peer name d1\n"
                                           "link set b0 up\nlink set b1 up\n"));
-  ASSERT_TRUE(becomesOperationally("b0", "UP"));
-  ASSERT_TRUE(becomesOperationally("b1", "UP"));
+  ASSERT_TRUE(NetworkNamespace::becomesOperationally("b0", "UP"));
+  ASSERT_TRUE(NetworkNamespace::becomesOperationally("b1", "UP"));
   HostProcess process({"live", "--follow"});
   ASSERT_TRUE(process.waitFor("9 interfaces: "));
   process.stop();
@@ -452,10 +436,10 @@ TEST_F(Live, AfterAnOverrunTheProgramTellsRealDifferencesOnly) {
            "link set d0 name e0\n"
            "link add name f0 type veth peer name f1\nlink set f0 up\n";
   ip("-batch " + scratch_.write("batch", batch));
-  ASSERT_TRUE(becomesOperationally("a0", "LOWERLAYERDOWN"));
-  ASSERT_TRUE(becomesOperationally("b0", "UP"));
-  ASSERT_TRUE(becomesOperationally("b1", "UP"));
-  ASSERT_TRUE(becomesOperationally("f0", "LOWERLAYERDOWN"));
+  ASSERT_TRUE(NetworkNamespace::becomesOperationally("a0", "LOWERLAYERDOWN"));
+  ASSERT_TRUE(NetworkNamespace::becomesOperationally("b0", "UP"));
+  ASSERT_TRUE(NetworkNamespace::becomesOperationally("b1", "UP"));
+  ASSERT_TRUE(NetworkNamespace::becomesOperationally("f0", "LOWERLAYERDOWN"));
   EXPECT_GT(droppedLinkMessages(), 0) << "the socket has not overrun";
   process.signal(SIGCONT);
   EXPECT_TRUE(process.waitFor("c1: removed\n"));

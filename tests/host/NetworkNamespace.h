@@ -46,6 +46,21 @@ class NetworkNamespace {
   static nlohmann::json link(std::string const& name) {
     return nlohmann::json::parse(ip("-j link show dev " + name)).at(0);
   }
+  /// Waits for a condition on what the kernel shows; false when it does not come true within a minute.
+  template <class Condition>
+  static bool eventually(Condition const& condition) {
+    for (int attempt = 0; attempt < 6000; ++attempt) {
+      if (condition()) {
+        return true;
+      }
+      ::usleep(10000);
+    }
+    return false;
+  }
+  /// Waits for an operational state: the kernel settles it a moment after what caused it.
+  static bool becomesOperationally(std::string const& name, std::string const& state) {
+    return eventually([&] { return link(name).at("operstate") == state; });
+  }
   static bool isUp(std::string const& name) {
     nlohmann::json const shown = link(name);
     for (auto const& flag : shown.at("flags")) {
