@@ -2,6 +2,12 @@
 
 /// \file
 /// What the classes of the errdisable module share: its trace facility, and how it treats inputs that must be there.
+///
+/// Guarantees: the facility is made on first use; registration happens once, whatever asks for it first.
+///
+/// Use
+///
+///     auto const directory = required(intfConfigDir(), "intfConfigDir");
 
 #include "Zon/Ptr.h"
 #include "Zon/Trace.h"

@@ -2,6 +2,8 @@
 
 /// \file
 /// What the classes of the interface directory module share: its trace facility and its registration.
+///
+/// Guarantees: the facility is made on first use; registration happens once, whatever asks for it first.
 
 #include "Zon/Trace.h"
 

@@ -3,6 +3,12 @@
 /// \file
 /// How one attribute is served: `Zon::AttrSpec`, the base of every line of an attribute table, and the conversions
 /// between reflective values and those of members. The lines themselves are in Zon/AttrTable.h.
+///
+/// Guarantees
+///   A  A request that does not fit (key, value type, constness, operation) throws before the object is touched.
+///   B  A value is taken only as the very type that the member has; nothing is converted or narrowed.
+///
+/// Use: deriving a line for a new kind of attribute; classes only write tables.
 
 #include <concepts>
 #include <cstdint>

@@ -2,6 +2,12 @@
 
 /// \file
 /// `Zon::bitReverse`: mirrors the bits of a 32-bit word. Keyed collections are ordered by mirrored hashes.
+///
+/// Guarantees: `bitReverse(bitReverse(x)) == x`; usable in constant expressions.
+///
+/// Use
+///
+///     std::uint32_t const order = Zon::bitReverse(key.hash());
 
 namespace Zon {
 

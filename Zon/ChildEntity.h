@@ -2,6 +2,15 @@
 
 /// \file
 /// A named child entity in an attribute of its parent: the steps that making and removing one share.
+///
+/// Guarantees
+///   A  A child has its attribute id before its parent hears of it.
+///   B  A child that is taken out has left its attribute before anybody hears that it lost its parent.
+///
+/// Use
+///
+///     ports_ = Zon::newChild<PortDir>(*this, 258, name);
+///     Zon::Ptr<PortDir> const removed = Zon::takeChild(ports_);
 
 #include <utility>
 

@@ -6,6 +6,11 @@
 /// Every class X with a type node has `X::GenericIf_`, a `TableGenericIf<X>`: made of a `Ptr<X>` it reads and modifies,
 /// made of a `Ptr<X const>` it only reads. Made of null it answers names and ids; operations raise the range exception
 /// "null ValidPtr".
+///
+/// Use
+///
+///     auto const face = Zon::newPtr<Port::GenericIf_>(port);
+///     face->attributeOpByName("active", Zon::GenericIf::set, {}, value);
 
 #include <concepts>
 #include <type_traits>

@@ -2,6 +2,14 @@
 
 /// \file
 /// Values and references as reflective interfaces. Include Zon/GenericIf.h.
+///
+/// Guarantees: a value never changes; a reference keeps its object alive and passes operations on to it, modifying ones
+/// only when it refers to a mutable object.
+///
+/// Use
+///
+///     auto const name = Zon::newPtr<Zon::GenericIfValue<Zon::String8>>("Ethernet1");
+///     auto const port = Zon::newPtr<Zon::GenericIfRef<Port>>(object);
 
 #include <type_traits>
 #include <utility>

@@ -6,6 +6,8 @@
 ///
 /// Every operation whose name ends in G takes the instantiation's operations, then the position of the next link
 /// inside a member (in bytes, negative when the member hands its link out by value), then 0.
+///
+/// Guarantees: those of Zon/HashMap.h; nothing here allocates but the bucket array.
 
 #include <cstdint>
 

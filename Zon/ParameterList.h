@@ -2,6 +2,13 @@
 
 /// \file
 /// Named parameters and their values out of an argument list: used by children, collections and generic factories.
+///
+/// Guarantees: all values are checked before anything is called with them; the first wrong one is named.
+///
+/// Use
+///
+///     constexpr Zon::ParameterList<Zon::String8, bool> list(Zon::parameters("name", "active"));
+///     list.apply(arguments, "Port", [](Zon::String8 name, bool active) { ... });
 
 #include <array>
 #include <cstddef>

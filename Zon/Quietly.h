@@ -2,6 +2,13 @@
 
 /// \file
 /// The rule of destructors: each step is tried, and nothing is thrown.
+///
+/// Use
+///
+///     Owner::~Owner() {
+///       Zon::quietly([this] { firstDel(); });
+///       Zon::quietly([this] { secondDel(); });
+///     }
 
 namespace Zon {
 

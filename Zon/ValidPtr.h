@@ -2,6 +2,10 @@
 
 /// \file
 /// The rule of all creators and entry setters: what they return or take is never null.
+///
+/// Use
+///
+///     return Zon::validPtr(Zon::newPtr<Port>(name));
 
 #include <utility>
 

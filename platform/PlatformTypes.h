@@ -2,6 +2,10 @@
 
 /// \file
 /// The registration of the platform's types: one static initialiser for all of them.
+///
+/// Guarantees: registered once, in whatever order libraries are initialised.
+///
+/// Use: each type's slot names `platform::zonTypeModule`.
 
 namespace Zon {
 class TypeModule;

@@ -2,6 +2,12 @@
 
 /// \file
 /// `Interface::IntfEnabledState`: whether somebody wants an interface enabled, disabled, or has no opinion.
+///
+/// Guarantees: any 32-bit value is carried, printed and read back; only the three named ones have a meaning.
+///
+/// Use
+///
+///     config->adminEnabledStateLocalIs(Interface::IntfEnabledState::disabled);
 
 #include <cstdint>
 #include <iosfwd>
