@@ -5,9 +5,10 @@
 ///
 /// Guarantees
 ///   A  Until `commit` returned, whatever stood under the name stays as it was; what was begun leaves no trace.
-///   B  Readers see the old content or the new one, never a part. A symbolic link keeps pointing; the file it names is
-///      the one that is replaced.
-///   C  Only a regular file, or none, is replaced. A replaced file's permissions are kept.
+///   B  Readers see the old content or the new one, never a part. A symbolic link keeps pointing, also to what is
+///      not there yet; the file it names is the one that is replaced or made.
+///   C  Only a regular file, or none, is replaced. A replaced file's permissions are kept, and its owner
+///      and group as far as the process may give files away.
 ///
 /// Use
 ///
@@ -17,8 +18,6 @@
 
 #include <memory>
 #include <string>
-
-#include <sys/types.h>
 
 #include "host/Output.h"
 
@@ -43,7 +42,6 @@ class AtomicFile {
     int number = -1;
   };
 
-  mode_t permissions() const;
   [[noreturn]] void fail(int error) const;
 
   std::string const name_;    ///< as it was given

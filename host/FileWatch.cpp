@@ -25,6 +25,9 @@ constexpr std::chrono::milliseconds longestDelay{1000};
 
 constexpr std::uint32_t writing = IN_MODIFY | IN_CLOSE_WRITE;
 constexpr std::uint32_t coming = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
+/// What may not be read may become readable.
+constexpr std::uint32_t permitting = IN_ATTRIB;
+constexpr std::uint32_t watchedOfPlaces = writing | coming | permitting | IN_ONLYDIR;
 
 /// A new name brings content with it when it is another name of something older; a new file is empty still.
 bool isNewFile(std::string const& file) {
@@ -47,7 +50,7 @@ FileWatch::FileWatch(asio::io_context& loop, std::string file, std::function<voi
   }
   events_.assign(descriptor);
   std::string const directory = directoryOf(file_);
-  if (::inotify_add_watch(descriptor, directory.c_str(), writing | coming | IN_ONLYDIR) < 0) {
+  if (::inotify_add_watch(descriptor, directory.c_str(), watchedOfPlaces) < 0) {
     throw Trouble(fmt::format("cannot watch the directory {}", printable(directory)), errno);
   }
   follow();
@@ -57,9 +60,9 @@ FileWatch::FileWatch(asio::io_context& loop, std::string file, std::function<voi
 void FileWatch::follow() {
   int const descriptor = events_.native_handle();
   std::map<int, Place> places;
-  LinkedPath::walk(file_, [&](std::string const& directory, std::string const& name) {
+  walkLinkedPath(file_, [&](std::string const& directory, std::string const& name) {
     // One that cannot be watched (search permission alone) leaves us with the others.
-    int const watch = ::inotify_add_watch(descriptor, directory.c_str(), writing | coming | IN_ONLYDIR);
+    int const watch = ::inotify_add_watch(descriptor, directory.c_str(), watchedOfPlaces);
     if (watch >= 0) {
       Place& place = places[watch];
       place.directory = directory;
@@ -74,7 +77,7 @@ void FileWatch::follow() {
   // The file itself too: it may be written under another of its names.
   struct stat facts {};
   bool const isFile = ::stat(file_.c_str(), &facts) == 0 && S_ISREG(facts.st_mode);
-  int const watch = isFile ? ::inotify_add_watch(descriptor, file_.c_str(), writing) : -1;
+  int const watch = isFile ? ::inotify_add_watch(descriptor, file_.c_str(), writing | permitting) : -1;
   if (watch != fileWatch_ && fileWatch_ >= 0) {
     ::inotify_rm_watch(descriptor, fileWatch_);
   }
@@ -117,7 +120,10 @@ bool FileWatch::handle(int watch, std::uint32_t mask, std::string_view name) {
     return false;
   }
   bool const isBirth = isOfPlace && (mask & IN_CREATE) != 0 && isNewFile(place->second.directory + std::string(name));
-  content_ = (mask & IN_MODIFY) != 0 || isBirth ? Content::beingWritten : Content::whole;
+  // Other permissions say nothing of whoever writes.
+  if ((mask & permitting) == 0) {
+    content_ = (mask & IN_MODIFY) != 0 || isBirth ? Content::beingWritten : Content::whole;
+  }
   if ((mask & writing) == 0) {
     follow();
   }

@@ -1,7 +1,8 @@
 #pragma once
 
 /// \file
-/// Tells when a file may have new content: written, replaced, deleted or made again, or reached another way.
+/// Tells when a file may have new content: written, replaced, deleted or made again, reached another
+/// way, or permitted to be read.
 ///
 /// Guarantees
 ///   A  Many events within a moment are one call, so that a file being exchanged is not met while it is away; but a file

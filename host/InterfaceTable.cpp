@@ -109,6 +109,8 @@ class RowPrinter {
         line_.append(widths_[at] + 2 - displayWidth(cells[at]), ' ');
       }
     }
+    // A reason may end in some.
+    line_.erase(line_.find_last_not_of(' ') + 1);
     line_ += '\n';
     out_.write(line_);
   }
@@ -155,7 +157,8 @@ void InterfaceTable::print(Output& out) const {
 
 void InterfaceTable::printSummary(Output& out) const {
   constexpr std::size_t namedReasons = 6;
-  std::array<std::size_t, 3> byState{};
+  // One more for values that are no state: writers may have put anything into the attribute.
+  std::array<std::size_t, 4> byState{};
   std::size_t unconfigured = 0;
   std::map<Zon::String8, std::size_t> byReason;
   for (std::size_t row = 0; row < interfaces_.size(); ++row) {
@@ -165,7 +168,7 @@ void InterfaceTable::printSummary(Output& out) const {
       continue;
     }
     IntfEnabledState const state = view.config->enabledStateLocal();
-    ++byState[static_cast<std::size_t>(state)];
+    ++byState[std::min<std::size_t>(static_cast<std::uint32_t>(state), byState.size() - 1)];
     if (state == IntfEnabledState::disabled) {
       ++byReason[view.config->enabledStateReason()];
     }
@@ -191,6 +194,9 @@ void InterfaceTable::printSummary(Output& out) const {
   }
   if (byState[0] != 0) {
     line += fmt::format(", {} unset", byState[0]);
+  }
+  if (byState[3] != 0) {
+    line += fmt::format(", {} of no known state", byState[3]);
   }
   if (unconfigured != 0) {
     line += fmt::format(", {} without configuration", unconfigured);

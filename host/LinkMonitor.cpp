@@ -61,12 +61,14 @@ void LinkMonitor::wait() {
 }
 
 void LinkMonitor::receive() {
-  while (true) {
+  bool isDrained = false;
+  for (int count = 0; count < messagesPerTurn; ++count) {
     sockaddr_nl sender{};
     unsigned char* raw = nullptr;
     int length = nl_recv(socket_.get(), &sender, &raw, nullptr);
     std::unique_ptr<unsigned char, FreeDeleter> const buffer(raw);
     if (length == 0 || length == -NLE_AGAIN) {
+      isDrained = true;
       break;
     }
     if (length == -NLE_NOMEM) {
@@ -84,7 +86,7 @@ void LinkMonitor::receive() {
     requestDumpSoon();
   }
   // Only now is the queue empty: what the dump tells is newer than all that was read before.
-  if (messages_.needsDump()) {
+  if (isDrained && messages_.needsDump()) {
     listener_.onOverrun();
     requestDump();
   }

@@ -7,6 +7,7 @@
 ///   A  Dump and notifications travel on one socket, in the kernel's order: what is told last is what holds.
 ///   B  After the kernel dropped messages everything is read again; links that are no longer there are told as gone.
 ///   C  Only messages of the kernel count.
+///   D  However fast messages come, others get their turn on the loop after `messagesPerTurn` of them.
 ///
 /// Use
 ///
@@ -24,6 +25,9 @@ namespace VaroHost {
 
 class LinkMonitor {
  public:
+  /// Datagrams, which may hold several links each.
+  static constexpr int messagesPerTurn = 64;
+
   using Listener = LinkMessages::Listener;
 
   /// \param receiveBuffer bytes the kernel may queue for us

@@ -23,15 +23,15 @@ std::string takeComponent(std::string& path) {
   return component;
 }
 
-std::string target(std::string const& link) {
+}  // namespace
+
+std::string linkTarget(std::string const& link) {
   char buffer[PATH_MAX];
   ssize_t const length = ::readlink(link.c_str(), buffer, sizeof buffer);
   return {buffer, length < 0 ? 0 : static_cast<std::size_t>(length)};
 }
 
-}  // namespace
-
-void LinkedPath::walk(std::string const& path, Visitor const& visit) {
+void walkLinkedPath(std::string const& path, PlaceVisitor const& visit) {
   std::string rest = path;
   // With its slash at the end, so that a name can follow.
   std::string directory = rest.starts_with('/') ? "/" : "./";
@@ -49,7 +49,7 @@ void LinkedPath::walk(std::string const& path, Visitor const& visit) {
       return;
     }
     if (S_ISLNK(facts.st_mode)) {
-      std::string const next = target(whole);
+      std::string const next = linkTarget(whole);
       if (next.empty() || ++links > maxLinks) {
         return;
       }

@@ -10,21 +10,21 @@
 ///
 /// Use
 ///
-///     VaroHost::LinkedPath::walk("/etc/varo/list", [&](std::string const& directory, std::string const& name) { ... });
+///     VaroHost::walkLinkedPath("/etc/varo/list", [&](std::string const& directory, std::string const& name) { ... });
 
 #include <functional>
 #include <string>
 
 namespace VaroHost {
 
-class LinkedPath {
- public:
-  /// As the kernel's own limit.
-  static constexpr int maxLinks = 40;
+/// As the kernel's own limit.
+inline constexpr int maxLinks = 40;
 
-  using Visitor = std::function<void(std::string const& directory, std::string const& name)>;
+using PlaceVisitor = std::function<void(std::string const& directory, std::string const& name)>;
 
-  static void walk(std::string const& path, Visitor const& visit);
-};
+void walkLinkedPath(std::string const& path, PlaceVisitor const& visit);
+
+/// What a symbolic link holds; empty for whatever is none.
+std::string linkTarget(std::string const& link);
 
 }  // namespace VaroHost

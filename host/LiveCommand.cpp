@@ -76,7 +76,7 @@ void LiveCommand::awaitEchoes() {
   bool isOver = false;
   patience.async_wait([&isOver](asio::error_code const&) { isOver = true; });
   loop_.restart();
-  while (links_.awaitsEcho() && !isOver && !out_.ended() && loop_.run_one() != 0) {
+  while (links_.awaitsNews() && !isOver && !out_.ended() && loop_.run_one() != 0) {
   }
 }
 

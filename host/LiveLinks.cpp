@@ -46,6 +46,7 @@ void LiveLinks::onLink(Link const& link) {
       entry.expected.pop_front();
     }
   }
+  entry.isStale = false;
   entry.facts.index = link.index;
   entry.facts.isUp = link.isUp;
   entry.facts.type = link.type;
@@ -126,10 +127,13 @@ void LiveLinks::onOverrun() {
   // The echoes may be among what was lost. What is told next is newer than all our acts.
   for (auto& [index, entry] : links_) {
     entry.expected.clear();
+    entry.isStale = true;
   }
+  isResynchronizing_ = isSynchronized_;
 }
 
 void LiveLinks::onSynchronized() {
+  isResynchronizing_ = false;
   bool const isFirst = !std::exchange(isSynchronized_, true);
   if (isFirst) {
     events_.synchronized();
@@ -172,7 +176,8 @@ void LiveLinks::review(std::string const& name) {
 }
 
 void LiveLinks::review(Entry& entry) {
-  if (switch_ == nullptr || isReleased_ || entry.name.empty()) {
+  // Of a link with old facts it cannot be said whose act they show; it is reviewed when it is told again.
+  if (switch_ == nullptr || isReleased_ || entry.name.empty() || entry.isStale) {
     return;
   }
   auto const listed = device_.errdisable()->errdisabledIntf(entry.name);
@@ -188,8 +193,9 @@ void LiveLinks::review(Entry& entry) {
     return;
   }
   if (entry.isHeld) {
-    events_.enforced(fmt::format("{}: was set up by somebody else while error-disabled, setting it down again", shown));
-    act(entry, false);
+    if (act(entry, false)) {
+      events_.enforced(fmt::format("{}: was set up by somebody else while error-disabled, set down again", shown));
+    }
     return;
   }
   auto const status = device_.status(entry.name);
@@ -211,8 +217,10 @@ bool LiveLinks::act(Entry& entry, bool up) {
     return false;
   }
   entry.lastError.clear();
-  // The kernel tells of changes only: setting up what is up already has no echo.
-  if (up != (entry.expected.empty() ? entry.facts.isUp : entry.expected.back())) {
+  // The kernel tells of changes only: setting up what is up already has no echo. A link with old facts is told anyway.
+  bool const isToBeTold =
+      entry.expected.empty() ? entry.isStale || up != entry.facts.isUp : up != entry.expected.back();
+  if (isToBeTold) {
     entry.expected.push_back(up);
   }
   return true;
@@ -228,8 +236,9 @@ void LiveLinks::releaseAll() {
   }
 }
 
-bool LiveLinks::awaitsEcho() const {
-  return std::any_of(links_.begin(), links_.end(), [](auto const& link) { return !link.second.expected.empty(); });
+bool LiveLinks::awaitsNews() const {
+  return isResynchronizing_ ||
+         std::any_of(links_.begin(), links_.end(), [](auto const& link) { return !link.second.expected.empty(); });
 }
 
 }  // namespace VaroHost

@@ -9,7 +9,8 @@
 ///   B  With a switch, a link that is up while an errdisable entry disables its interface is set down, and it is *held*;
 ///      a held link is set up again when its entry goes. Nothing else is ever touched.
 ///   C  While a link is held, being down is no administrative act. Set up by somebody else it is set down again.
-///   D  The kernel's answers to our own acts are recognised, however late they come: they are nobody else's acts.
+///   D  The kernel's answers to our own acts are recognised, however late they come: they are nobody else's acts. After an
+///      overrun nothing is judged by facts from before it.
 ///
 /// Use
 ///
@@ -40,8 +41,8 @@ class LiveLinks final : public LinkMessages::Listener {
     virtual void enforced(std::string const& text) = 0;
     virtual void failed(std::string const& text) = 0;
     /// An interface came. Its name is no other's; a link that changes its name goes first.
-    virtual void interfaceIs(std::string const&, LinkFacts const&) {}
-    virtual void interfaceDel(LinkFacts const&) {}
+    virtual void interfaceIs(std::string const& name, LinkFacts const& facts) = 0;
+    virtual void interfaceDel(LinkFacts const& facts) = 0;
     virtual void synchronized() = 0;
 
    protected:
@@ -60,8 +61,8 @@ class LiveLinks final : public LinkMessages::Listener {
   void errdisabledIs(std::map<std::string, std::string> const& entries);
   /// Sets up whatever is held; from then on the machine is left alone.
   void releaseAll();
-  /// Whether the kernel has yet to tell of one of our acts.
-  bool awaitsEcho() const;
+  /// Whether the kernel has yet to tell of one of our acts, or of all links anew.
+  bool awaitsNews() const;
 
   LinkFacts const* facts(Zon::String8 const& name) const;
 
@@ -72,6 +73,8 @@ class LiveLinks final : public LinkMessages::Listener {
     bool isHeld = false;
     /// Our own acts whose echo has not come yet: up or down.
     std::deque<bool> expected;
+    /// Messages were lost since the link was told.
+    bool isStale = false;
     std::string lastError;
   };
 
@@ -88,6 +91,7 @@ class LiveLinks final : public LinkMessages::Listener {
   std::map<int, Entry> links_;
   std::map<std::string, int, std::less<>> byName_;
   bool isSynchronized_ = false;
+  bool isResynchronizing_ = false;
   bool isReleased_ = false;
 };
 

@@ -75,8 +75,10 @@ void QueueCounters::publishAnew(Orvet::IntfId const& intfId) {
     auto const other = slice(at->name());
     if (other && other->intfQueueCounterDir(intfId)) {
       auto const sliceReactor = Module::get(reactor_, "sliceSm", Module::value<Zon::String8>(at->name()));
-      Module::call(sliceReactor, "handleQueueCounterDir", Module::value(intfId));
-      return;
+      if (sliceReactor) {
+        Module::call(sliceReactor, "handleQueueCounterDir", Module::value(intfId));
+        return;
+      }
     }
   }
 }

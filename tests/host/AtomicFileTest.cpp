@@ -94,6 +94,43 @@ TEST_F(AtomicFileTest, ALinkKeepsPointing) {
   EXPECT_EQ(content(path("a")), "new");
 }
 
+TEST_F(AtomicFileTest, ALinkToNothingKeepsPointing) {
+  fs::create_directory(directory / "far");
+  fs::create_symlink("far/middle", path("link"));
+  fs::create_symlink(directory / "made", directory / "far" / "middle");
+  write(path("link"), "new");
+  EXPECT_TRUE(fs::is_symlink(path("link")));
+  EXPECT_TRUE(fs::is_symlink(directory / "far" / "middle"));
+  EXPECT_TRUE(fs::is_regular_file(path("made")));
+  EXPECT_EQ(content(path("made")), "new");
+}
+
+TEST_F(AtomicFileTest, ALinkThatCannotBeFollowedIsTrouble) {
+  fs::create_symlink("b", path("a"));
+  fs::create_symlink("a", path("b"));
+  EXPECT_EQ(fault(path("a")), path("a") + ": Too many levels of symbolic links");
+  fs::create_symlink("none/c", path("c"));
+  EXPECT_EQ(fault(path("c")), path("c") + ": No such file or directory");
+  EXPECT_EQ(entries(), 3U);
+}
+
+TEST_F(AtomicFileTest, AReplacedFileKeepsItsOwnerAndGroup) {
+  write(path("a"), "old");
+  // Only root can have made it somebody else's.
+  bool const isRoot = ::geteuid() == 0;
+  uid_t const owner = isRoot ? 1234 : ::geteuid();
+  gid_t const group = isRoot ? 2345 : ::getegid();
+  ASSERT_EQ(::chown(path("a").c_str(), owner, group), 0);
+  ASSERT_EQ(::chmod(path("a").c_str(), 0664), 0);
+  write(path("a"), "new");
+  struct stat facts {};
+  ASSERT_EQ(::stat(path("a").c_str(), &facts), 0);
+  EXPECT_EQ(facts.st_uid, owner);
+  EXPECT_EQ(facts.st_gid, group);
+  EXPECT_EQ(facts.st_mode & 0777U, 0664U);
+  EXPECT_EQ(content(path("a")), "new");
+}
+
 TEST_F(AtomicFileTest, OnlyRegularFilesAreReplaced) {
   EXPECT_EQ(fault("/dev/null"), "/dev/null: not a regular file");
   EXPECT_EQ(fault(directory.string()), directory.string() + ": not a regular file");

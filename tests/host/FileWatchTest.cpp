@@ -17,7 +17,6 @@
 #include "host/LinkedPath.h"
 
 using VaroHost::FileWatch;
-using VaroHost::LinkedPath;
 using Content = FileWatch::Content;
 
 namespace {
@@ -233,6 +232,39 @@ TEST_F(FileWatchTest, AFileThatIsWrittenAllTheTimeIsToldOf) {
   EXPECT_EQ(contents_, (std::vector<Content>{Content::beingWritten, Content::beingWritten}));
 }
 
+TEST_F(FileWatchTest, AFileThatBecomesReadableIsToldOf) {
+  write("list", "first");
+  ASSERT_EQ(::chmod(path("list").c_str(), 0), 0);
+  watch("list");
+  ASSERT_EQ(::chmod(path("list").c_str(), 0644), 0);
+  EXPECT_TRUE(becomes("first", Content::whole));
+  write("list", "second");
+  EXPECT_TRUE(becomes("second", Content::whole));
+}
+
+TEST_F(FileWatchTest, ADirectoryThatMayBeSearchedAgainIsToldOf) {
+  directory("a");
+  write("a/list", "first");
+  link("a/list", "list");
+  ASSERT_EQ(::chmod(path("a").c_str(), 0), 0);
+  watch("list");
+  ASSERT_EQ(::chmod(path("a").c_str(), 0755), 0);
+  EXPECT_TRUE(becomes("first"));
+  write("a/list", "second");
+  EXPECT_TRUE(becomes("second"));
+}
+
+TEST_F(FileWatchTest, OtherPermissionsFinishNoFile) {
+  write("list", "first\n");
+  watch("list");
+  std::ofstream writer(path("list"), std::ios::app);
+  writer << "sec" << std::flush;
+  EXPECT_TRUE(becomes("first\nsec", Content::beingWritten));
+  contents_.clear();
+  ASSERT_EQ(::chmod(path("list").c_str(), 0600), 0);
+  EXPECT_TRUE(becomes("first\nsec", Content::beingWritten));
+}
+
 TEST_F(FileWatchTest, OtherFilesOfTheDirectoryAreNoConcern) {
   write("list", "first");
   watch("list");
@@ -256,7 +288,7 @@ TEST_F(FileWatchTest, TheWalkTellsEachPlaceOnTheWay) {
   write("a/c", "");
   std::string const root = path("");
   std::vector<std::string> places;
-  LinkedPath::walk(path("a//./d/list"), [&](std::string const& in, std::string const& name) {
+  VaroHost::walkLinkedPath(path("a//./d/list"), [&](std::string const& in, std::string const& name) {
     if (in.starts_with(root)) {
       places.push_back(in.substr(root.size()) + "|" + name);
     }
@@ -269,9 +301,9 @@ TEST_F(FileWatchTest, TheWalkEndsInACircleAndWhereNothingIs) {
   int count = 0;
   std::string const root = path("");
   auto const countBelow = [&](std::string const& in, std::string const&) { count += in.starts_with(root) ? 1 : 0; };
-  LinkedPath::walk(path("loop"), countBelow);
-  EXPECT_EQ(count, LinkedPath::maxLinks + 1);
+  VaroHost::walkLinkedPath(path("loop"), countBelow);
+  EXPECT_EQ(count, VaroHost::maxLinks + 1);
   count = 0;
-  LinkedPath::walk(path("none/more"), countBelow);
+  VaroHost::walkLinkedPath(path("none/more"), countBelow);
   EXPECT_EQ(count, 1);
 }

@@ -32,6 +32,8 @@ class Bench : public LiveLinks::Events, public LinkSwitch {
   void enforced(std::string const& text) override { events.push_back(text); }
   void failed(std::string const& text) override { events.push_back(text); }
   void synchronized() override { events.push_back("synchronized"); }
+  void interfaceIs(std::string const&, LinkFacts const&) override {}
+  void interfaceDel(LinkFacts const&) override {}
 
   std::optional<std::string> set(int index, bool up) override {
     if (!refusal.empty()) {
@@ -185,8 +187,7 @@ TEST(LiveLinks, SetUpBySomebodyElseItIsSetDownAgainAndSaid) {
   bench.link(1, "a", false);
   bench.take();
   bench.link(1, "a", true);
-  EXPECT_EQ(bench.take(),
-            (Strings{"a: was set up by somebody else while error-disabled, setting it down again", "down 1"}));
+  EXPECT_EQ(bench.take(), (Strings{"down 1", "a: was set up by somebody else while error-disabled, set down again"}));
   bench.link(1, "a", false);
   EXPECT_EQ(bench.take(), Strings{});
 }
@@ -228,8 +229,86 @@ TEST(LiveLinks, AfterAnOverrunWhatIsToldCounts) {
   bench.take();
   bench.links.onOverrun();
   bench.link(1, "a", true);
-  EXPECT_EQ(bench.take(),
-            (Strings{"a: was set up by somebody else while error-disabled, setting it down again", "down 1"}));
+  EXPECT_EQ(bench.take(), (Strings{"down 1", "a: was set up by somebody else while error-disabled, set down again"}));
+}
+
+TEST(LiveLinks, ARefusalWhileHeldIsSaidOnceAndNothingIsClaimed) {
+  Bench bench;
+  bench.link(1, "a", true);
+  bench.links.onSynchronized();
+  bench.errdisable({{"a", "udld"}});
+  bench.link(1, "a", false);
+  bench.take();
+  bench.refusal = "Operation not permitted";
+  bench.link(1, "a", true);
+  EXPECT_EQ(bench.take(), (Strings{"a: cannot set it down: Operation not permitted"}));
+  bench.link(1, "a", true);
+  bench.link(1, "a", true);
+  EXPECT_EQ(bench.take(), Strings{});
+  bench.refusal.clear();
+  bench.link(1, "a", true);
+  EXPECT_EQ(bench.take(), (Strings{"down 1", "a: was set up by somebody else while error-disabled, set down again"}));
+}
+
+TEST(LiveLinks, AfterAnOverrunOldFactsAreJudgedNoMore) {
+  Bench bench;
+  bench.link(1, "a", true);
+  bench.links.onSynchronized();
+  bench.errdisable({{"a", "udld"}});
+  bench.take();
+  // The echo of the act is lost: by the old facts the link is up.
+  bench.links.onOverrun();
+  bench.errdisable({{"a", "storm"}});
+  EXPECT_EQ(bench.take(), (Strings{"a=2,storm"}));
+  bench.link(1, "a", false);
+  bench.links.onSynchronized();
+  EXPECT_EQ(bench.take(), Strings{});
+}
+
+TEST(LiveLinks, AnEntryThatComesDuringAnOverrunIsCarriedOutWhenTheLinkIsTold) {
+  Bench bench;
+  bench.link(1, "a", true);
+  bench.link(2, "b", true);
+  bench.links.onSynchronized();
+  bench.links.onOverrun();
+  bench.take();
+  bench.errdisable({{"a", "udld"}, {"b", "udld"}});
+  EXPECT_EQ(bench.take(), (Strings{"a=2,udld", "b=2,udld"}));
+  bench.link(1, "a", true);
+  bench.link(2, "b", false);
+  bench.links.onSynchronized();
+  EXPECT_EQ(bench.take(), (Strings{"down 1", "a: set down (udld)"}));
+}
+
+TEST(LiveLinks, AnOverrunAfterTheReleaseIsWaitedForWithAllItsLinks) {
+  Bench bench;
+  bench.link(1, "a", true);
+  bench.links.onSynchronized();
+  bench.errdisable({{"a", "udld"}});
+  bench.link(1, "a", false);
+  bench.links.releaseAll();
+  bench.links.onOverrun();
+  EXPECT_TRUE(bench.links.awaitsNews());
+  bench.link(1, "a", true);
+  EXPECT_TRUE(bench.links.awaitsNews()) << "other links are yet to be told";
+  bench.links.onSynchronized();
+  EXPECT_FALSE(bench.links.awaitsNews());
+  EXPECT_TRUE(bench.links.facts("a")->isUp);
+}
+
+TEST(LiveLinks, WhatIsReleasedDuringAnOverrunIsWaitedForWhateverTheOldFactsWere) {
+  Bench bench;
+  bench.link(1, "a", true);
+  bench.links.onSynchronized();
+  bench.errdisable({{"a", "udld"}});
+  bench.links.onOverrun();
+  bench.links.releaseAll();
+  // Told as it was before the release, and then the echo.
+  bench.link(1, "a", false);
+  bench.links.onSynchronized();
+  EXPECT_TRUE(bench.links.awaitsNews());
+  bench.link(1, "a", true);
+  EXPECT_FALSE(bench.links.awaitsNews());
 }
 
 TEST(LiveLinks, AHeldLinkThatIsRenamedIsReleased) {
@@ -273,14 +352,14 @@ TEST(LiveLinks, WhatIsReleasedIsLeftAloneThoughItsEntryStands) {
   Bench bench;
   bench.link(1, "a", true);
   bench.links.onSynchronized();
-  EXPECT_FALSE(bench.links.awaitsEcho());
+  EXPECT_FALSE(bench.links.awaitsNews());
   bench.errdisable({{"a", "udld"}});
   bench.link(1, "a", false);
   bench.links.releaseAll();
-  EXPECT_TRUE(bench.links.awaitsEcho());
+  EXPECT_TRUE(bench.links.awaitsNews());
   bench.take();
   bench.link(1, "a", true);
-  EXPECT_FALSE(bench.links.awaitsEcho());
+  EXPECT_FALSE(bench.links.awaitsNews());
   bench.link(1, "a", true);
   EXPECT_EQ(bench.take(), Strings{});
 }
