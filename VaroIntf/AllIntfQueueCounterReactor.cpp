@@ -147,18 +147,25 @@ void AllIntfQueueCounterReactor::handleQueueCounterDir(Zon::String8 name) {
   if (!slice) {
     return;
   }
+  Zon::ZombieWatch const alive(*this);
   traced(172, " delete");
   slice->doPrepareToDie();
   // Watchers of the output may have brought the slice back meanwhile, under a reactor of its own.
-  if (sliceSm(name) == slice) {
-    Zon::retire(sliceSmDel(name));
+  if (sliceSm(name) != slice) {
+    return;
+  }
+  Zon::retire(sliceSmDel(name));
+  // Or under this one, that is gone now.
+  Zon::Ptr<Zon::Dir> const now = counterIn();
+  if (alive.goesOn() && now && sliceOf(*now, name)) {
+    handleQueueCounterDir(name);
   }
 }
 
 void AllIntfQueueCounterReactor::handleQueueCounterDir() {
+  Zon::Ptr<AllIntfQueueCounterReactor> const self(this);
   Zon::trace(traceFacility, 8, traceFile, 126, "handleQueueCounterDir",
              [](std::ostream& text) { text << "void VaroIntf::AllIntfQueueCounterReactor::handleQueueCounterDir()"; });
-  Zon::Ptr<AllIntfQueueCounterReactor> const self(this);
   Zon::Ptr<Zon::Dir> const slices = counterIn();
   if (!slices) {
     return;

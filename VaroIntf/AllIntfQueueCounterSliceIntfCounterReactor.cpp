@@ -111,10 +111,10 @@ void AllIntfQueueCounterSliceIntfCounterReactor::makeBlocks(Zon::String8 const& 
 }
 
 void AllIntfQueueCounterSliceIntfCounterReactor::handleQueueCounter() {
+  Zon::Ptr<AllIntfQueueCounterSliceIntfCounterReactor> const self(this);
   Zon::trace(traceFacility, 8, traceFile, 44, "handleQueueCounter", [](std::ostream& text) {
     text << "void VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor::handleQueueCounter()";
   });
-  Zon::Ptr<AllIntfQueueCounterSliceIntfCounterReactor> const self(this);
   if (Zon::Ptr<Interface::IntfQueueCounterDir const> const counters = intfQueueCounterDir()) {
     Zon::ZombieWatch const alive(*this);
     for (auto counter = counters->intfQueueCounterIteratorConst(); counter && alive.goesOn(); counter.advance()) {

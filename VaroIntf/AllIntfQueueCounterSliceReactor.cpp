@@ -134,9 +134,15 @@ void AllIntfQueueCounterSliceReactor::handleQueueCounterDir(Orvet::IntfId intfId
     publish(intfId, counters);
     return;
   }
+  Zon::ZombieWatch const alive(*this);
   traced(101, " delete");
   withdraw(intfId);
   Zon::retire(intfQueueCounterSmDel(intfId));
+  // Watchers of the output may have brought the interface back, and it met the reactor that is gone now.
+  Zon::Ptr<Interface::AllIntfQueueCounterDir> const now = counterIn();
+  if (alive.goesOn() && now && now->intfQueueCounterDir(intfId)) {
+    handleQueueCounterDir(intfId);
+  }
 }
 
 void AllIntfQueueCounterSliceReactor::publish(Orvet::IntfId const& intfId,
@@ -161,10 +167,10 @@ void AllIntfQueueCounterSliceReactor::withdraw(Orvet::IntfId const& intfId) {
 }
 
 void AllIntfQueueCounterSliceReactor::handleQueueCounterDir() {
+  Zon::Ptr<AllIntfQueueCounterSliceReactor> const self(this);
   Zon::trace(traceFacility, 8, traceFile, 89, "handleQueueCounterDir", [](std::ostream& text) {
     text << "void VaroIntf::AllIntfQueueCounterSliceReactor::handleQueueCounterDir()";
   });
-  Zon::Ptr<AllIntfQueueCounterSliceReactor> const self(this);
   if (Zon::Ptr<Interface::AllIntfQueueCounterDir> const slice = counterIn()) {
     Zon::ZombieWatch const alive(*this);
     for (auto counters = slice->intfQueueCounterDirIterator(); counters && alive.goesOn(); counters.advance()) {
@@ -174,9 +180,9 @@ void AllIntfQueueCounterSliceReactor::handleQueueCounterDir() {
 }
 
 void AllIntfQueueCounterSliceReactor::doPrepareToDie() {
+  Zon::Ptr<AllIntfQueueCounterSliceReactor> const self(this);
   Zon::trace(traceFacility, 8, traceFile, 116, "doPrepareToDie",
              [](std::ostream& text) { text << "void VaroIntf::AllIntfQueueCounterSliceReactor::doPrepareToDie()"; });
-  Zon::Ptr<AllIntfQueueCounterSliceReactor> const self(this);
   if (Zon::Ptr<Interface::AllIntfQueueCounterDir> const slice = counterIn()) {
     for (auto counters = slice->intfQueueCounterDirIterator(); counters; counters.advance()) {
       withdraw(counters.key());

@@ -12,12 +12,13 @@ namespace Zon {
 
 /// Keeps the held reactor when `serves` says it has the inputs asked for already: only its activity is refreshed, which
 /// happens in any case. Otherwise stores what `make` creates, switched on; the old one is not told anything. The
-/// attribute changes only when the new reactor is complete.
+/// attribute changes only when the new reactor is complete. Pending work may run inside the refresh and empty the
+/// attribute or fill it anew: then the held one is kept no longer.
 template <class R, class Serves, class Make>
 Ptr<R> replaceReactor(Ptr<R>& attribute, Ptr<ActivityConfig> const& activity, Serves const& serves, Make const& make) {
   if (Ptr<R> const held = attribute) {
     held->zonFwkActivityIs(activity);
-    if (serves(*held)) {
+    if (attribute == held && serves(*held)) {
       return held;
     }
   }

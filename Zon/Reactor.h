@@ -71,7 +71,7 @@ void compareParameter(Child const& child, ConstructorParameter<Child, T> const& 
 }
 
 /// Finds the child of a key or makes, inserts and switches it on.
-/// \param refresh is applied to a child that was there.
+/// \param refresh is applied to a child that was there. It may run pending work, which may remove or replace the child.
 /// \param check may refuse a child that was there, by an exception. Making a child may call back and bring another one
 ///        in under the same key: that one is kept, checked, and otherwise left alone.
 template <class Child, class Key, class Make, class Refresh, class Check>
@@ -79,8 +79,10 @@ Ptr<Child> findOrMake(HashMap<Child, Key>& children, Key const& key, Make const&
                       Check const& check) {
   if (Ptr<Child> const found = children.member(key)) {
     refresh(*found);
-    check(*found);
-    return found;
+    if (Ptr<Child> const kept = children.member(key)) {
+      check(*kept);
+      return kept;
+    }
   }
   Ptr<Child> const made = validPtr(Ptr<Child>(make()));
   if (Ptr<Child> const found = children.member(key)) {

@@ -62,7 +62,8 @@ Zon::Ptr<CounterBlock> ShmemMan::newCounterBlock(Zon::String8 name) {
   if (CounterBlock* const known = find(name)) return known;
 
   ShmemObject::Lock const guard(object_);
-  if (discover()) {
+  if (!object_.stillHas(end_)) damaged_ = true;
+  if (!damaged_ && discover()) {
     if (CounterBlock* const foreign = find(name)) return foreign;
   }
   if (damaged_) refuse(name, "the object is damaged");

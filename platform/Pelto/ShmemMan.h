@@ -10,7 +10,10 @@
 ///      allocates nothing once a block is known.
 ///   D  Several processes may create at once, and one may be killed while it does: each name gets one block.
 ///   E  Exhaustion is a range exception naming manager and block; nothing is lost and a later call may succeed.
-///   F  An object that is damaged when opened is refused; damage that comes later ends what is seen of it.
+///   F  An object that is damaged when opened is refused; damage that comes later ends what is seen of it, and no more
+///      blocks are made there. An object that another program cuts shorter is damaged like that, but who touches what
+///      is cut off is killed: nothing guards the bytes at `data()` of known blocks, the first page, which holds the
+///      count that every look-up reads, nor a cut in the middle of a call.
 ///   G  Not for several threads: one thread calls everything.
 ///
 /// Use

@@ -175,7 +175,6 @@ void ShmemObject::checkUse() {
   std::uint64_t const reserved = std::atomic_ref(header()->reserved).load(std::memory_order_acquire);
   std::uint64_t const actual = size();
   if (!isUseSound(inUse, reserved, actual, capacity_)) fail(damagedHeader);
-  covered_ = actual;
 }
 
 std::string ShmemObject::shapeFault(Header const& seen) {
@@ -198,13 +197,17 @@ std::uint64_t ShmemObject::size() const {
   return static_cast<std::uint64_t>(status.st_size);
 }
 
-bool ShmemObject::covers(std::uint64_t wanted) noexcept {
-  if (wanted <= covered_) return true;
-  if (wanted > capacity_) return false;
+std::uint64_t ShmemObject::extent() const noexcept {
   struct stat status {};
-  if (::fstat(fd_, &status) != 0) return false;
-  covered_ = std::min(static_cast<std::uint64_t>(status.st_size), capacity_);
-  return wanted <= covered_;
+  return ::fstat(fd_, &status) == 0 ? std::min(static_cast<std::uint64_t>(status.st_size), capacity_) : 0;
+}
+
+bool ShmemObject::covers(std::uint64_t wanted) const noexcept { return wanted <= extent(); }
+
+bool ShmemObject::confirm(std::uint64_t wanted) noexcept {
+  std::uint64_t const left = extent();
+  allocated_ = std::min(allocated_, left);
+  return wanted <= left;
 }
 
 int ShmemObject::allocate(std::uint64_t wanted) noexcept {
@@ -217,7 +220,6 @@ int ShmemObject::allocate(std::uint64_t wanted) noexcept {
     } while (error == EINTR);
     if (error != 0) return error;
     allocated_ = target;
-    covered_ = std::max(covered_, target);
     std::atomic_ref reserved(header()->reserved);
     if (reserved.load(std::memory_order_relaxed) < target) reserved.store(target, std::memory_order_release);
     return 0;

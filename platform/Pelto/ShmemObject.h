@@ -9,6 +9,7 @@
 ///      impossible numbers is refused by a range exception and left alone.
 ///   C  An object is either empty or has a complete header, whenever a maker is killed.
 ///   D  Space is allocated before it is written: no later write fails for want of memory.
+///   E  What another program cuts off a shared object is noticed by `covers` and `stillHas`; touching it kills.
 ///
 /// Layout, native byte order: a header of 64 bytes (`Header`), then what the owner puts there.
 
@@ -71,7 +72,10 @@ class ShmemObject {
   /// Bytes in use, header included. Not to be trusted beyond `covers`.
   std::uint64_t used() const noexcept { return std::atomic_ref(header()->used).load(std::memory_order_acquire); }
   /// Whether the first `wanted` bytes are inside the capacity and exist: then they can be read.
-  bool covers(std::uint64_t wanted) noexcept;
+  bool covers(std::uint64_t wanted) const noexcept;
+  /// The same for whoever is about to write: what was cut off a shared object counts as allocated no longer.
+  /// REQUIRES: the lock is held.
+  bool stillHas(std::uint64_t wanted) noexcept { return !isShared() || confirm(wanted); }
   /// Allocates the first `size` bytes, in larger steps. 0, or an error number; then nothing has changed.
   /// REQUIRES: `size` <= capacity; the lock is held.
   int reserve(std::uint64_t size) noexcept { return size <= allocated_ ? 0 : allocate(size); }
@@ -111,7 +115,10 @@ class ShmemObject {
   void readShape();
   void checkUse();
   std::uint64_t size() const;
+  /// The same bounded by the capacity, 0 when it cannot be read.
+  std::uint64_t extent() const noexcept;
   int allocate(std::uint64_t wanted) noexcept;
+  bool confirm(std::uint64_t wanted) noexcept;
   Header* header() const noexcept { return reinterpret_cast<Header*>(base_); }
   void lock() const;
   void unlock() const noexcept;
@@ -126,7 +133,6 @@ class ShmemObject {
   int fd_ = -1;
   std::byte* base_ = nullptr;
   std::uint64_t capacity_ = 0;
-  std::uint64_t covered_ = 0;    // bytes known to exist
   std::uint64_t allocated_ = 0;  // bytes this process has made sure of
 };
 

@@ -310,6 +310,24 @@ TEST_F(AgentTest, ReEnteredSettersStoreTheirOwnResultsTheOuterOneLast) {
   EXPECT_EQ(inner->zonReferences(), 1U);
 }
 
+TEST_F(AgentTest, ARefreshWhoseWorkRemovesTheReactorMakesANewOne) {
+  auto const waiting = deferring();
+  auto const old = agent->allIntfStatusDirSmIs(waiting, statuses);
+  auto const status = Zon::newPtr<RecordingStatus>("Ethernet1", events);
+  status->before = [&] {
+    status->before = {};
+    EXPECT_EQ(agent->allIntfStatusDirSmDel(), old);
+  };
+  statuses->intfStatusIs(status);
+  ASSERT_TRUE(status->before);
+  auto const machine = agent->allIntfStatusDirSmIs(activity, statuses);  // what waited runs here
+  EXPECT_FALSE(status->before);
+  EXPECT_NE(machine, old);
+  EXPECT_EQ(agent->allIntfStatusDirSm(), machine);
+  EXPECT_TRUE(machine->hasNotificationActive());
+  EXPECT_NE(machine->intfStatusReactor("Ethernet1"), nullptr);
+}
+
 // Nondestructing, two agents, destruction
 
 TEST_F(AgentTest, TheNondestructingStateIsTheFrameworks) {

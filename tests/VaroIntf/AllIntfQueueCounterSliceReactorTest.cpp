@@ -383,7 +383,6 @@ auto const sabotages = counterSabotages<World>({
      [](World& world, std::string const& id) {
        world.firstSlice->intfQueueCounterDirDel(id);
        world.firstSlice->intfQueueCounterDirIs(newCounters(id));
-       world.complete = false;
      }},
     {"ReplaceTheInput",
      [](World& world, std::string const&) {
@@ -495,6 +494,41 @@ TEST_F(SliceReactorTest, AnInterfaceRemovedAndAddedAnewByAWatcherOfItsPublicatio
   EXPECT_EQ(reactor->intfQueueCounterSm("Ethernet3")->intfQueueCounterDir(), anew);
   EXPECT_EQ(out->intfQueueCounterDir("Ethernet3"), anew);
   EXPECT_EQ(slice->counterShmemMan()->counterBlock("Ethernet3-old"), nullptr);
+}
+
+TEST_F(SliceReactorTest, AnInterfaceBroughtBackByAWatcherOfItsWithdrawalIsServed) {
+  auto const reactor = made();
+  auto const same = slice->intfQueueCounterDir("Ethernet1");
+  for (auto const& back : {same, newCounters("Ethernet1", {"back"})}) {
+    auto const watcher = Zon::newPtr<PtrDirWatcher>("w", events, out);
+    watcher->act = [&](std::string const&) {
+      watcher->act = {};
+      slice->intfQueueCounterDirIs(back);
+    };
+    slice->intfQueueCounterDirDel("Ethernet1");
+    auto const leaf = reactor->intfQueueCounterSm("Ethernet1");
+    ASSERT_NE(leaf, nullptr);
+    EXPECT_FALSE(leaf->zonMarkedForDeletion());
+    EXPECT_EQ(leaf->intfQueueCounterDir(), back);
+    EXPECT_EQ(contents(*out), contents(*slice));
+    back->intfQueueCounterIs(Zon::newPtr<Interface::IntfQueueCounter>("later"));
+    EXPECT_NE(slice->counterShmemMan()->counterBlock("Ethernet1-later"), nullptr);
+  }
+  EXPECT_NE(slice->counterShmemMan()->counterBlock("Ethernet1-back"), nullptr);
+}
+
+TEST_F(SliceReactorTest, AReactorThatBecomesAZombieDuringAWithdrawalLooksNoFurther) {
+  auto const reactor = made();
+  auto const back = newCounters("Ethernet1", {"back"});
+  auto const watcher = Zon::newPtr<PtrDirWatcher>("w", events, out);
+  watcher->act = [&](std::string const&) {
+    watcher->act = {};
+    reactor->zonDoZombieReactors(true);
+    slice->intfQueueCounterDirIs(back);
+  };
+  slice->intfQueueCounterDirDel("Ethernet1");
+  EXPECT_EQ(idsOf(*out), "Ethernet2");
+  EXPECT_EQ(leavesOf(*reactor), std::vector<std::string>{"Ethernet2"});
 }
 
 TEST_F(SliceReactorTest, AReactorThatBecomesAZombieInTheMiddleOfASweepStopsThere) {

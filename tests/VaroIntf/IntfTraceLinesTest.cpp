@@ -188,6 +188,43 @@ TEST_F(IntfTraceLines, ACoverageStreamGetsEveryLineThoughTheFacilityIsOff) {
                             "void VaroIntf::AllIntfQueueCounterReactor::handleQueueCounterDir()\n");
 }
 
+TEST_F(IntfTraceLines, ASinkMayDropTheReactorThatSpeaks) {
+  auto const slice = newSlice("a", {"Ethernet1"}, {"tx"});
+  slices->entityPtrIs(slice);
+  TraceLines const lines("VaroIntf", {8});
+  auto const dropsAt = [](int line, auto& held) {
+    Zon::traceSinkIs([line, &held](Zon::TraceRecord const& record) {
+      if (record.line == line) held = nullptr;
+    });
+  };
+  auto discovery = Discovery::AllIntfQueueCounterReactorIs(nullptr, out, slices);
+  dropsAt(126, discovery);
+  Discovery& rawDiscovery = *discovery;
+  rawDiscovery.handleQueueCounterDir();
+  EXPECT_EQ(discovery, nullptr);
+
+  auto reactor = SliceReactor::AllIntfQueueCounterSliceReactorIs(nullptr, "a", out, slice);
+  dropsAt(89, reactor);
+  SliceReactor& rawReactor = *reactor;
+  rawReactor.handleQueueCounterDir();
+  EXPECT_EQ(reactor, nullptr);
+
+  reactor = SliceReactor::AllIntfQueueCounterSliceReactorIs(nullptr, "a", out, slice);
+  dropsAt(116, reactor);
+  SliceReactor& rawDying = *reactor;
+  rawDying.doPrepareToDie();
+  EXPECT_EQ(reactor, nullptr);
+  EXPECT_EQ(idsOf(*out), "");
+
+  auto leaf = Leaf::AllIntfQueueCounterSliceIntfCounterReactorIs(nullptr, "Ethernet1",
+                                                                 slice->intfQueueCounterDir("Ethernet1"), slice);
+  dropsAt(44, leaf);
+  Leaf& rawLeaf = *leaf;
+  rawLeaf.handleQueueCounter();
+  EXPECT_EQ(leaf, nullptr);
+  EXPECT_EQ(slice->zonReferences(), 3U);  // ours, the directory's two
+}
+
 TEST_F(IntfTraceLines, ASinkThatThrowsChangesNothing) {
   slices->entityPtrIs(newSlice("a", {"Ethernet1"}, {"tx"}));
   TraceLines lines("VaroIntf", {8});

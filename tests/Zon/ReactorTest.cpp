@@ -431,6 +431,29 @@ TEST_F(ReactorTest, AConstructionThatThrowsInsertsNothing) {
   EXPECT_EQ(events.take(), "~a");
 }
 
+TEST_F(ReactorTest, ARefreshThatRemovesTheChildMakesAnother) {
+  auto const old = child("a");
+  int checked = 0;
+  auto const findOrMake = [&](auto const& refresh) {
+    return Zon::findOrMake(
+        reader->children, Orvet::IntfId("a"), [&] { return newPtr<Reader::Child>(activity, events, "a", dir, config); },
+        refresh, [&](Reader::Child const&) { ++checked; });
+  };
+  auto const made = findOrMake([&](Reader::Child&) { reader->children.memberDel("a"); });
+  EXPECT_NE(made, old);
+  EXPECT_EQ(reader->children.member("a"), made);
+  EXPECT_EQ(checked, 0);
+  // One that was replaced meanwhile is kept as it is.
+  Ptr<Reader::Child> replacement;
+  auto const kept = findOrMake([&](Reader::Child&) {
+    reader->children.memberDel("a");
+    replacement = child("a");
+  });
+  EXPECT_EQ(kept, replacement);
+  EXPECT_EQ(reader->children.member("a"), replacement);
+  EXPECT_EQ(checked, 1);
+}
+
 TEST_F(ReactorTest, AMakerThatReturnsNullIsARangeException) {
   auto const make = [&] {
     Zon::findOrMake(

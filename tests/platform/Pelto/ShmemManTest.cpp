@@ -608,6 +608,52 @@ TEST_F(ShmemManTest, ATruncatedObjectIsRefusedAndEndsWhatIsSeenLater) {
   EXPECT_EQ(reader->counterBlocks(), 0U);
 }
 
+TEST_F(ShmemManTest, AnObjectThatAnotherProgramCutsInUseMakesNoMoreBlocks) {
+  auto const manager = make();
+  for (int i = 0; i != 60; ++i)
+    manager->newCounterBlock("b" + std::to_string(i));
+  auto const first = manager->counterBlock("b0");
+  put(first, 42);
+  inChild([&] { return ::ftruncate(Raw(name_).fd, 4096) == 0; });
+  for (int attempt = 0; attempt != 2; ++attempt) {
+    std::string const text = refusal([&] { manager->newCounterBlock("next"); });
+    EXPECT_NE(text.find("\"next\""), std::string::npos) << text;
+    EXPECT_NE(text.find("damaged"), std::string::npos) << text;
+  }
+  EXPECT_EQ(manager->counterBlocks(), 60U);
+  EXPECT_EQ(manager->newCounterBlock("b0"), first);
+  EXPECT_EQ(get(first), 42U);
+  EXPECT_THROW(ShmemMan::attach(name_), Zon::RangeException);
+}
+
+TEST_F(ShmemManTest, AnObjectThatWasCutIsNotReadPastItsEndThoughItOnceWasLonger) {
+  auto const reader = make();
+  auto const writer = make();
+  for (int i = 0; i != 60; ++i)
+    writer->newCounterBlock("b" + std::to_string(i));
+  EXPECT_EQ(reader->counterBlocks(), 60U);
+  for (int i = 60; i != 90; ++i)
+    writer->newCounterBlock("b" + std::to_string(i));
+  inChild([&] { return ::ftruncate(Raw(name_).fd, 4096) == 0; });
+  EXPECT_EQ(reader->counterBlocks(), 60U);
+  EXPECT_FALSE(reader->counterBlock("b70"));
+}
+
+TEST_F(ShmemManTest, WhatIsCutBehindTheRecordsIsAllocatedAnew) {
+  auto const manager = make();
+  for (int i = 0; i != 10; ++i)
+    manager->newCounterBlock("b" + std::to_string(i));
+  inChild([&] {
+    Raw const raw(name_);
+    return ::ftruncate(raw.fd, static_cast<off_t>(raw.header().used)) == 0;
+  });
+  for (int i = 10; i != 60; ++i)
+    EXPECT_TRUE(isZero(manager->newCounterBlock("b" + std::to_string(i))));
+  Raw const raw(name_);
+  EXPECT_GE(raw.size(), raw.header().used);
+  EXPECT_EQ(ShmemMan::attach(name_)->counterBlocks(), 60U);
+}
+
 TEST_F(ShmemManTest, AnObjectThatGrowsMeanwhileIsOpenedAllTheSame) {
   auto const manager = make(1 << 22);
   pid_t const child = start([&] {
