@@ -265,6 +265,27 @@ TEST_P(AllIntfDirHalf, ReEnteredSettersStoreTheirOwnResultsTheOuterCallReturnsWh
   EXPECT_EQ(events.take(), heardBy("aa"));
 }
 
+TEST_P(AllIntfDirHalf, AWatcherOfTheOldChildsParentThatSetsAnotherNameLosesToTheOuterCall) {
+  auto const a = watch("a");
+  auto const old = half.get(*dir);
+  Ptr<Zon::Entity> inner;
+  auto const rename = [&] {
+    if (!inner) inner = half.set(*dir, "inner");
+  };
+  // One of the two watches the child, the other nothing.
+  auto const config = watchParent(Zon::ptrCast<ConfigDir>(old), rename);
+  auto const status = watchParent(Zon::ptrCast<StatusDir>(old), rename);
+  auto const outer = half.set(*dir, "outer");
+  ASSERT_NE(inner, nullptr);
+  EXPECT_EQ(half.get(*dir), outer);
+  EXPECT_EQ(outer->name(), "outer");
+  EXPECT_EQ(outer->parent(), dir);
+  EXPECT_EQ(inner->name(), "inner");
+  EXPECT_EQ(inner->parent(), nullptr);
+  EXPECT_EQ(inner->zonReferences(), 1U);
+  EXPECT_EQ(events.take(), heardBy("aa"));
+}
+
 TEST_P(AllIntfDirHalf, AWatcherThatRemovesTheNewChildLeavesNone) {
   auto const a = watch("a");
   a->act = [&](std::string const&) {

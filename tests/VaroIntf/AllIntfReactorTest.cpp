@@ -268,6 +268,18 @@ TEST_F(AllIntfReactorTest, AMirrorListensFromTheStartWhateverItsReactorsSwitch) 
   EXPECT_EQ(events.take(), "c+Ethernet1");
 }
 
+TEST_F(AllIntfReactorTest, InputsSetOnAReactorThatIsOffListenAllTheSame) {
+  auto const reactor = Zon::newPtr<AllIntfReactor>(nullptr, configOut, statusOut, nullptr, nullptr);
+  reactor->configInIs(configIn);
+  reactor->statusInIs(statusIn);
+  EXPECT_FALSE(reactor->hasNotificationActive());
+  addConfig("Ethernet1");
+  addStatus("Ethernet2");
+  EXPECT_EQ(events.take(), "c+Ethernet1 s+Ethernet2");
+  EXPECT_TRUE(reactor->newConfigIn(configIn)->hasNotificationActive());
+  EXPECT_TRUE(reactor->newStatusIn(statusIn)->hasNotificationActive());
+}
+
 TEST_F(AllIntfReactorTest, TheSwitchReachesBothWatchersAndNothingIsReplayed) {
   auto const reactor = made();
   reactor->hasNotificationActiveIs(true);
@@ -275,13 +287,17 @@ TEST_F(AllIntfReactorTest, TheSwitchReachesBothWatchersAndNothingIsReplayed) {
   addConfig("Ethernet1");
   addStatus("Ethernet1");
   configIn->intfConfigNotify();
+  statusIn->intfStatusNotify();
   EXPECT_EQ(events.take(), "");
   reactor->hasNotificationActiveIs(true);
   EXPECT_EQ(events.take(), "");
   addConfig("Ethernet2");
-  EXPECT_EQ(events.take(), "c+Ethernet2");
+  addStatus("Ethernet2");
+  EXPECT_EQ(events.take(), "c+Ethernet2 s+Ethernet2");
   configIn->intfConfigNotify();
+  statusIn->intfStatusNotify();
   EXPECT_EQ(contents(*configOut), contents(*configIn));
+  EXPECT_EQ(contents(*statusOut), contents(*statusIn));
 }
 
 TEST_F(AllIntfReactorTest, AZombieHearsNothingAndARevivedOneHearsAgain) {

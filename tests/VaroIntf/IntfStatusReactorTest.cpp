@@ -217,7 +217,41 @@ TEST_F(IntfStatusReactorTest, ItHasNoActivity) {
   EXPECT_EQ(reactor->actsm(), nullptr);
 }
 
-TEST_F(IntfStatusReactorTest, AWatcherThatRecomputesHasTheLastWord) {
+TEST_F(IntfStatusReactorTest, WhatIsPendingIsLeftToTheDefault) {
+  class Told : public IntfStatusReactor {
+   public:
+    using IntfStatusReactor::IntfStatusReactor;
+    Events* told = nullptr;
+    void onForwardingModelInputs(Zon::String8 key) override {
+      told->add("key(" + key.stdString() + ")");
+      IntfStatusReactor::onForwardingModelInputs(key);
+    }
+    void onForwardingModelInputs() override { told->add("all"); }
+    void onAttribute(Zon::AttributeId id) override { told->add("attribute(" + std::to_string(id) + ")"); }
+    void onNotification() override { told->add("notification"); }
+  };
+  auto const reactor = Zon::newPtr<Told>(status);
+  reactor->told = &events;
+  events.take();
+  auto const heard = [&](Zon::AttributeId id, std::uint32_t count) {
+    reactor->zonPendingIdIs(id);
+    reactor->zonPendingKeyIs("a");
+    reactor->zonPendingCountIs(count);
+    reactor->handleNotification(nullptr);
+    EXPECT_EQ(reactor->zonPendingId(), 0);
+    return events.take();
+  };
+  EXPECT_EQ(heard(266, 1), "key(a) Ethernet1=5");
+  EXPECT_EQ(reactor->zonPendingCount(), 0U);
+  EXPECT_EQ(heard(266, 2), "all");
+  EXPECT_EQ(heard(266, 0), "");
+  EXPECT_EQ(heard(265, 1), "");
+  EXPECT_EQ(reactor->zonPendingCount(), 1U);  // not its business
+  EXPECT_EQ(heard(Zon::severalAttributes, 1), "key(a) Ethernet1=5 notification");
+  EXPECT_EQ(heard(Zon::severalAttributes, 2), "all notification");
+}
+
+TEST_F(IntfStatusReactorTest, AWriteThatRecomputesBeforeItStoresStoresItsOwnValue) {
   auto const reactor = made();
   events.take();
   bool done = false;
@@ -227,6 +261,7 @@ TEST_F(IntfStatusReactorTest, AWatcherThatRecomputesHasTheLastWord) {
   status->forwardingModelInputsIs("a", 3);
   // The nested one wrote 1; the outer setter call, begun before, stores its own value afterwards.
   EXPECT_EQ(events.take(), "Ethernet1=3 Ethernet1=1");
+  EXPECT_EQ(status->forwardingModel(), 3);
   EXPECT_EQ(status->forwardingModelInputs("b")->value(), 1);
 }
 

@@ -179,6 +179,10 @@ TEST(RegisteredTypes, FactoriesAsTheHostUsesThem) {
   EXPECT_EQ(make("VaroErrdisable::Root", text("r")), "Type: Zon::GenericIf::List_");
   EXPECT_EQ(make("VaroIntf::Agent", list(text("a"))), "if Agent");
   EXPECT_EQ(make("VaroIntf::Agent", list(text("a"), text("b"))), "UnknownArg: Agent");
+  EXPECT_EQ(make("VaroIntf::Agent", list()), "Type: name");
+  EXPECT_EQ(make("VaroIntf::Agent", text("a")), "Type: Zon::GenericIf::List_");
+  EXPECT_EQ(make("VaroIntf::Agent", list(intf("a"))), "Type: name");
+  EXPECT_EQ(make("VaroIntf::Agent", list(value(1U))), "Type: name");
   auto const activity = newPtr<Zon::ActivityConfig>();
   auto const status = newPtr<Errdisable::Status>("s");
   auto const config = newPtr<Interface::IntfConfig>("e1");

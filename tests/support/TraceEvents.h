@@ -22,11 +22,7 @@ namespace Support {
 class TraceEvents {
  public:
   explicit TraceEvents(Events& events) {
-    for (auto* const facility : {&errdisable_, &intf_}) {
-      facility->enabledIs(true);
-      for (unsigned const level : {7U, 8U})
-        facility->levelIs(level, true);
-    }
+    switchTo(true);
     Zon::traceSinkIs([this, &events](Zon::TraceRecord const& record) {
       std::string text = record.text.stdString();
       lines_ += text + "\n";
@@ -38,8 +34,7 @@ class TraceEvents {
   }
   ~TraceEvents() {
     Zon::traceSinkIs({});
-    errdisable_.enabledIs(false);
-    intf_.enabledIs(false);
+    switchTo(false);
   }
   TraceEvents(TraceEvents const&) = delete;
   TraceEvents& operator=(TraceEvents const&) = delete;
@@ -48,6 +43,14 @@ class TraceEvents {
   std::string takeLines() { return std::exchange(lines_, {}); }
 
  private:
+  void switchTo(bool on) {
+    for (auto* const facility : {&errdisable_, &intf_}) {
+      facility->enabledIs(on);
+      for (unsigned const level : {7U, 8U})
+        facility->levelIs(level, on);
+    }
+  }
+
   Zon::TraceHandle errdisable_{"Errdisable", false};
   Zon::TraceHandle intf_{"VaroIntf", false};
   std::string lines_;
