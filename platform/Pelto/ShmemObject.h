@@ -57,7 +57,7 @@ class ShmemObject {
   static bool unlink(Zon::Name const& name);
   static constexpr char damagedHeader[] = "its header is damaged";
   /// What is wrong with the part of a header that never changes, empty when it is ours.
-  static std::string shapeFault(Header const& header);
+  static std::string shapeFault(Header const& seen);
   /// Whether the changing part fits an object of `actual` bytes. REQUIRES: read in this order, one after the other.
   static bool isUseSound(std::uint64_t used, std::uint64_t reserved, std::uint64_t actual,
                          std::uint64_t capacity) noexcept;

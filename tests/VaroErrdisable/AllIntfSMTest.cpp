@@ -12,6 +12,7 @@
 #include "Zon/Exception.h"
 #include "Zon/Strep.h"
 #include "support/Errdisable.h"
+#include "support/Reinstantiating.h"
 #include "support/TraceLines.h"
 
 namespace {
@@ -402,12 +403,6 @@ TEST_F(AllIntfSMTest, AHandledInterfacesMemberLosesAnActivityThatSomebodyGaveIt)
   EXPECT_EQ(member->zonFwkActivity(), nullptr);
 }
 
-std::string reinstantiation(std::string const& attribute, Zon::String8 const& wanted, Zon::String8 const& current) {
-  return "Reinstantiating the pointer interface where constructor parameter attribute _" + attribute +
-         " has a different value of " + wanted.stdString() + " than the current value of " + current.stdString() +
-         " not allowed";
-}
-
 TEST_F(AllIntfSMTest, MakingAMemberAgainWithOtherParametersIsRefusedErrdisableStatusFirst) {
   auto const config = newConfig("Ethernet1");
   auto const member = machines->intfSMIs(nullptr, "Ethernet1", errdisable, config);
@@ -422,9 +417,9 @@ TEST_F(AllIntfSMTest, MakingAMemberAgainWithOtherParametersIsRefusedErrdisableSt
     }
     return std::string("accepted");
   };
-  EXPECT_EQ(attempt(otherStatus, config), reinstantiation("errdisableStatus", Zon::valueToStrep(otherStatus),
+  EXPECT_EQ(attempt(otherStatus, config), reinstantiating("errdisableStatus", Zon::valueToStrep(otherStatus),
                                                           Zon::valueToStrep(Ptr<Errdisable::Status>(errdisable))));
-  EXPECT_EQ(attempt(errdisable, otherConfig), reinstantiation("intfConfig", Zon::valueToStrep(otherConfig),
+  EXPECT_EQ(attempt(errdisable, otherConfig), reinstantiating("intfConfig", Zon::valueToStrep(otherConfig),
                                                               Zon::valueToStrep(Ptr<Interface::IntfConfig>(config))));
   EXPECT_EQ(attempt(otherStatus, otherConfig), attempt(otherStatus, config));
   EXPECT_EQ(attempt(nullptr, config)

@@ -364,6 +364,57 @@ TEST_F(AgentTest, TwoAgentsOnTheSameOutputsOverwriteEachOther) {
   EXPECT_EQ(idsOf(*configs), "Ethernet1 Ethernet2");
 }
 
+TEST_F(AgentTest, TwoAgentsOverTheSameSlicesShareOutputAndBlocks) {
+  auto const second = VaroIntf::agentFactory("y");
+  auto const slice = newSlice("a", {"E1"}, {"c"});
+  slices->entityPtrIs(slice);
+  auto const expectBlocks = [&](unsigned counters) {
+    EXPECT_EQ(slice->counterShmemMan()->counterBlocks(), counters);
+    EXPECT_EQ(slice->statisticsShmemMan()->counterBlocks(), 18 * counters);
+  };
+  agent->allIntfQueueCounterReactorIs(activity, out, slices);
+  auto const block = slice->counterShmemMan()->counterBlock("E1-c");
+  second->allIntfQueueCounterReactorIs(activity, out, slices);
+  expectBlocks(1);
+  EXPECT_EQ(slice->counterShmemMan()->counterBlock("E1-c"), block);
+  slice->intfQueueCounterDirIs(newCounters("E2", {"c"}));
+  EXPECT_EQ(contents(*out), contents(*slice));
+  expectBlocks(2);
+  slice->intfQueueCounterDirDel("E2");
+  EXPECT_EQ(idsOf(*out), "E1");
+  agent = nullptr;
+  EXPECT_EQ(idsOf(*out), "E1");
+  slices->entityPtrDel("a");
+  EXPECT_EQ(idsOf(*out), "");
+  slices->entityPtrIs(slice);
+  EXPECT_EQ(contents(*out), contents(*slice));
+  expectBlocks(2);
+}
+
+TEST_F(AgentTest, WhatABurstLostComesBackWithANewReactor) {
+  auto const waiting = deferring();
+  auto machine = agent->allIntfStatusDirSmIs(waiting, statuses);
+  auto counters = agent->allIntfQueueCounterReactorIs(waiting, out, slices);
+  for (char const* id : {"E1", "E2"}) {
+    statuses->intfStatusIs(newStatus(id));
+    slices->entityPtrIs(newSlice(id, {id}));
+  }
+  while (waiting->zonPending() != 0)
+    waiting->zonDispatch();
+  EXPECT_FALSE(machine->intfStatusReactorIterator());
+  EXPECT_FALSE(counters->sliceSmIterator());
+  agent->allIntfStatusDirSmDel();
+  agent->allIntfQueueCounterReactorDel();
+  machine = agent->allIntfStatusDirSmIs(waiting, statuses);
+  counters = agent->allIntfQueueCounterReactorIs(waiting, out, slices);
+  for (char const* id : {"E1", "E2"}) {
+    EXPECT_NE(machine->intfStatusReactor(id), nullptr);
+    EXPECT_EQ(statuses->intfStatus(id)->forwardingModel(), 5);
+    EXPECT_NE(counters->sliceSm(id), nullptr);
+  }
+  EXPECT_EQ(idsOf(*out), "E1 E2");
+}
+
 TEST_F(AgentTest, TwoAgentsInARowMakeAChain) {
   auto const second = VaroIntf::agentFactory("y");
   agent->allIntfReactorIs(activity, second->allIntfDir()->config(), second->allIntfDir()->status());
@@ -380,15 +431,28 @@ TEST_F(AgentTest, DestructionDropsDirectoryMirrorStatusMachineAndQueueCounterRea
   agent->allIntfStatusDirSmIs(nullptr, Zon::newPtr<Mourned<StatusDir>>(events, "machine", "m"));
   agent->allIntfQueueCounterReactorIs(nullptr, Zon::newPtr<Mourned<PtrDir>>(events, "counters", "c"), nullptr);
   // The directory's config is also held by the mirror, so the directory itself must be watched.
-  class Watcher : public Recorder<AllIntfDir::NotifieeConst> {
-   public:
-    using Recorder::Recorder;
-    void onConfig() override { heard("config"); }
-  };
-  auto const watcher = Zon::newPtr<Watcher>("dir", events, agent->allIntfDir());
+  auto const watcher = Zon::newPtr<AllIntfDirWatcher>("dir", events, agent->allIntfDir());
   watcher->zon_bitSetIs(Zon::zonUncountedNotifier);
   agent = nullptr;
-  EXPECT_EQ(events.take(), "dir:zeroReferences dir:config ~mirror ~machine ~counters");
+  EXPECT_EQ(events.take(), "dir:zeroReferences dir:config dir:status ~mirror ~machine ~counters");
+}
+
+TEST_F(AgentTest, ReactorsThatSomebodyHoldsAreSilencedWhenTheAgentDies) {
+  auto const dir = agent->allIntfDir();
+  auto const mirror = agent->allIntfReactorIs(activity, configs, statuses);
+  auto const machine = agent->allIntfStatusDirSmIs(activity, statuses);
+  auto const counters = agent->allIntfQueueCounterReactorIs(activity, out, slices);
+  agent = nullptr;
+  EXPECT_EQ(dir->parent(), nullptr);
+  EXPECT_FALSE(mirror->hasNotificationActive());
+  EXPECT_FALSE(machine->hasNotificationActive());
+  EXPECT_FALSE(counters->hasNotificationActive());
+  dir->config()->intfConfigIs(newConfig("Ethernet1"));
+  statuses->intfStatusIs(newStatus("Ethernet1"));
+  slices->entityPtrIs(newSlice("a", {"Ethernet1"}));
+  EXPECT_EQ(idsOf(*configs), "");
+  EXPECT_FALSE(machine->intfStatusReactorIterator());
+  EXPECT_EQ(idsOf(*out), "");
 }
 
 TEST_F(AgentTest, WhenTheDirectoryLeavesItsParentTheMirrorIsStillOn) {
@@ -417,6 +481,54 @@ TEST_F(AgentTest, WhatIsCreatedWhileTheAgentDiesIsUnparentedAndDropped) {
   EXPECT_EQ(late->parent(), nullptr);
   EXPECT_EQ(late->zonReferences(), 1U);
   EXPECT_EQ(configs->zonReferences(), 1U);
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool isSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool isSanitized = true;
+#else
+constexpr bool isSanitized = false;
+#endif
+#else
+constexpr bool isSanitized = false;
+#endif
+
+// Ten thousand interfaces with eight counters each; fewer where every access is checked.
+TEST_F(AgentTest, EveryInterfaceOfTwoLargeSlicesIsServedAndOneThatReturnsFindsItsBlocks) {
+  constexpr unsigned interfaces = isSanitized ? 250 : 5000;
+  std::vector<Zon::Name> names;
+  for (int c = 0; c != 8; ++c)
+    names.emplace_back("counter" + std::to_string(c));
+  std::vector<Ptr<Slice>> cards;
+  for (unsigned card = 0; card != 2; ++card) {
+    std::vector<Orvet::IntfId> ids;
+    for (unsigned i = 0; i != interfaces; ++i)
+      ids.emplace_back("Ethernet" + std::to_string(card) + "/" + std::to_string(i));
+    cards.push_back(newSlice("linecard" + std::to_string(card), ids, names));
+    slices->entityPtrIs(cards.back());
+  }
+  auto const published = [&] { return walkOf(*out).size(); };
+  auto const expectBlocks = [&] {
+    for (auto const& slice : cards) {
+      EXPECT_EQ(slice->counterShmemMan()->counterBlocks(), 8 * interfaces);
+      EXPECT_EQ(slice->statisticsShmemMan()->counterBlocks(), 8 * 18 * interfaces);
+    }
+  };
+  auto const reactor = agent->allIntfQueueCounterReactorIs(nullptr, out, slices);
+  EXPECT_EQ(published(), 2 * interfaces);
+  expectBlocks();
+  std::string const last = "Ethernet0/" + std::to_string(interfaces - 1);
+  auto const block = cards[0]->statisticsShmemMan()->counterBlock(last + "-17-counter7");
+  ASSERT_NE(block, nullptr);
+  slices->entityPtrDel("linecard0");
+  EXPECT_EQ(published(), interfaces);
+  slices->entityPtrIs(cards[0]);
+  EXPECT_EQ(published(), 2 * interfaces);
+  EXPECT_NE(reactor->sliceSm("linecard0")->intfQueueCounterSm(last), nullptr);
+  expectBlocks();
+  EXPECT_EQ(cards[0]->statisticsShmemMan()->counterBlock(last + "-17-counter7"), block);
 }
 
 TEST_F(AgentTest, ItMayBePlacedUnderAnotherEntity) {

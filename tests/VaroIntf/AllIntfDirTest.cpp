@@ -15,16 +15,8 @@ using namespace Support;
 using VaroIntf::AllIntfDir;
 using Zon::Ptr;
 
-/// Records "a:config" and "a:status".
-template <class N>
-class DirRecorder : public Recorder<N> {
- public:
-  using Recorder<N>::Recorder;
-  void onConfig() override { this->heard("config"); }
-  void onStatus() override { this->heard("status"); }
-};
-using Watcher = DirRecorder<AllIntfDir::NotifieeConst>;
-using MutableWatcher = DirRecorder<AllIntfDir::Notifiee>;
+using Watcher = AllIntfDirWatcher;
+using MutableWatcher = AllIntfDirRecorder<AllIntfDir::Notifiee>;
 
 class AllIntfDirTest : public testing::Test {
  protected:

@@ -398,31 +398,4 @@ TEST_F(LeafTest, WhateverAManagerDoesAtEveryBlockTheReactionStaysSound) {
   }
 }
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr int interfaces = 500;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr int interfaces = 500;
-#else
-constexpr int interfaces = 10000;
-#endif
-#else
-constexpr int interfaces = 10000;
-#endif
-
-TEST_F(LeafTest, TenThousandInterfacesWithEightCountersEach) {
-  // A record of such a name takes two lines.
-  slice->statisticsShmemManIs(Zon::newPtr<Pelto::ShmemMan>("", room(144 * interfaces)));
-  std::vector<Zon::Name> names;
-  for (int c = 0; c != 8; ++c)
-    names.emplace_back("counter" + std::to_string(c));
-  for (int i = 0; i != interfaces; ++i) {
-    Orvet::IntfId const id("Ethernet" + std::to_string(i));
-    Leaf::AllIntfQueueCounterSliceIntfCounterReactorIs(nullptr, id, newCounters(id, names), slice);
-  }
-  EXPECT_EQ(perInterface().counterBlocks(), 8U * interfaces);
-  EXPECT_EQ(perQueue().counterBlocks(), 144U * interfaces);
-  EXPECT_NE(perQueue().counterBlock("Ethernet" + std::to_string(interfaces - 1) + "-17-counter7"), nullptr);
-}
-
 }  // namespace

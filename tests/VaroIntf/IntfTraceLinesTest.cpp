@@ -128,6 +128,40 @@ TEST_F(IntfTraceLines, WithoutOutputTheLinesAreAsUsual) {
   EXPECT_EQ(lines.take(), expected);
 }
 
+TEST_F(IntfTraceLines, WithoutOutputTheLinesOfRemovalsAreAsUsual) {
+  auto const slice = newSlice("a", {"Ethernet1", "Ethernet2"});
+  TraceLines lines("VaroIntf", {8});
+  auto const linesOf = [&](Ptr<PtrDir> const& output) {
+    auto const ethernet = slice->intfQueueCounterDir("Ethernet1");
+    slices->entityPtrIs(slice);
+    auto const reactor = Discovery::AllIntfQueueCounterReactorIs(nullptr, output, slices);
+    lines.take();
+    slice->intfQueueCounterDirDel("Ethernet1");
+    slices->entityPtrDel("a");
+    slice->intfQueueCounterDirIs(ethernet);
+    return lines.take();
+  };
+  std::string const keyed = "void VaroIntf::AllIntfQueueCounterReactor::handleQueueCounterDir(Zon::String) a";
+  std::string const sliceReactor = "void VaroIntf::AllIntfQueueCounterSliceReactor::";
+  auto const f = "handleQueueCounterDir";
+  auto const expected = line(101, f, sliceReactor + "handleQueueCounterDir(Orvet::IntfId) Ethernet1 delete") +
+                        line(159, f, keyed) + line(164, f, keyed + " does not exist") +
+                        line(172, f, keyed + " delete") +
+                        line(116, "doPrepareToDie", sliceReactor + "doPrepareToDie()");
+  EXPECT_EQ(linesOf(out), expected);
+  EXPECT_EQ(linesOf(nullptr), expected);
+}
+
+TEST_F(IntfTraceLines, TheSweepSaysOfWhatIsNoSliceThatItDoesNotExist) {
+  slices->entityPtrIs(Zon::newPtr<Zon::Dir>("plain"));
+  TraceLines lines("VaroIntf", {8});
+  auto const reactor = Discovery::AllIntfQueueCounterReactorIs(nullptr, out, slices);
+  std::string const discovery = "void VaroIntf::AllIntfQueueCounterReactor::handleQueueCounterDir(";
+  auto const f = "handleQueueCounterDir";
+  EXPECT_EQ(lines.take(), line(126, f, discovery + ")") + line(159, f, discovery + "Zon::String) plain") +
+                              line(164, f, discovery + "Zon::String) plain does not exist"));
+}
+
 TEST_F(IntfTraceLines, KeysAppearAsTheyAreBytes) {
   std::string const name("a b\0\n/\xff", 7);
   auto const counters = newCounters("Ethernet1", {name});
@@ -145,11 +179,28 @@ TEST_F(IntfTraceLines, LinesComeBeforeTheWorkTheyAnnounce) {
   auto const watcher = Zon::newPtr<PtrDirWatcher>("w", events, out);
   std::string order;
   TraceLines lines("VaroIntf", {8});
-  watcher->act = [&](std::string const&) { order += lines.take() + "published\n"; };
+  watcher->act = [&](std::string const&) { order += lines.take() + "changed\n"; };
   auto const reactor = SliceReactor::AllIntfQueueCounterSliceReactorIs(nullptr, "a", out, slice);
   std::string const prefix = "void VaroIntf::AllIntfQueueCounterSliceReactor::handleQueueCounterDir(";
   EXPECT_EQ(order, line(89, "handleQueueCounterDir", prefix + ")") +
-                       line(106, "handleQueueCounterDir", prefix + "Orvet::IntfId) Ethernet1 add") + "published\n");
+                       line(106, "handleQueueCounterDir", prefix + "Orvet::IntfId) Ethernet1 add") + "changed\n");
+  order.clear();
+  lines.take();
+  reactor->doPrepareToDie();
+  EXPECT_EQ(order, line(116, "doPrepareToDie", "void VaroIntf::AllIntfQueueCounterSliceReactor::doPrepareToDie()") +
+                       "changed\n");
+}
+
+TEST_F(IntfTraceLines, TheDeletionOfAStaleEntryIsAnnouncedBeforeIt) {
+  out->intfQueueCounterDirIs(newCounters("Ethernet9"));
+  auto const watcher = Zon::newPtr<PtrDirWatcher>("w", events, out);
+  std::string order;
+  TraceLines lines("VaroIntf", {8});
+  watcher->act = [&](std::string const&) { order += lines.take() + "deleted\n"; };
+  auto const reactor = Discovery::AllIntfQueueCounterReactorIs(nullptr, out, slices);
+  std::string const sweep = "void VaroIntf::AllIntfQueueCounterReactor::handleQueueCounterDir()";
+  EXPECT_EQ(order, line(126, "handleQueueCounterDir", sweep) +
+                       line(146, "handleQueueCounterDir", sweep + " Ethernet9 delete") + "deleted\n");
 }
 
 TEST_F(IntfTraceLines, MirrorsAndForwardingModelsTraceNothing) {

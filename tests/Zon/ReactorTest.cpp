@@ -5,12 +5,15 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Reinstantiating.h"
 #include "support/SampleReactor.h"
 
 namespace {
 
 using Support::Events;
 using Support::Reader;
+using Support::refusal;
+using Support::reinstantiating;
 using Zon::newPtr;
 using Zon::Ptr;
 
@@ -364,43 +367,28 @@ TEST_F(ReactorTest, AFoundChildGetsTheActivityEvenIfItIsRefused) {
   EXPECT_EQ(made->zonFwkActivity(), other);
 }
 
-std::string refusal(char const* parameter, std::string const& wanted, std::string const& current) {
-  return std::string("Reinstantiating the pointer interface where constructor parameter attribute _") + parameter +
-         " has a different value of " + wanted + " than the current value of " + current + " not allowed";
-}
-
-template <class Call>
-std::string refusalOf(Call const& call) {
-  try {
-    call();
-  } catch (Zon::NameInUseException const& exception) {
-    return exception.text().stdString();
-  }
-  return "nothing refused";
-}
-
 TEST_F(ReactorTest, ADifferentParameterIsRefusedByNameWithBothValues) {
   auto const made = child("a");
   auto const next = newPtr<Interface::AllIntfConfigDir>("next");
-  EXPECT_EQ(refusalOf([&] { reader->childIs(nullptr, "a", next, config); }),
-            refusal("dir", Zon::valueToStrep(next).stdString(), Zon::valueToStrep(dir).stdString()));
-  EXPECT_EQ(refusalOf([&] { reader->childIs(nullptr, "a", dir, nullptr); }),
-            refusal("single", "null", Zon::valueToStrep(Support::ConfigPtr(config)).stdString()));
+  EXPECT_EQ(refusal([&] { reader->childIs(nullptr, "a", next, config); }),
+            reinstantiating("dir", Zon::valueToStrep(next), Zon::valueToStrep(dir)));
+  EXPECT_EQ(refusal([&] { reader->childIs(nullptr, "a", dir, nullptr); }),
+            reinstantiating("single", "null", Zon::valueToStrep(Support::ConfigPtr(config))));
   EXPECT_EQ(reader->children.member("a"), made);
   EXPECT_EQ(made->dir(), dir);
 }
 
 TEST_F(ReactorTest, TheFirstDifferingParameterDecides) {
   child("a");
-  EXPECT_EQ(refusalOf([&] { reader->childIs(nullptr, "a", nullptr, nullptr); }),
-            refusal("dir", "null", Zon::valueToStrep(dir).stdString()));
+  EXPECT_EQ(refusal([&] { reader->childIs(nullptr, "a", nullptr, nullptr); }),
+            reinstantiating("dir", "null", Zon::valueToStrep(dir)));
 }
 
 TEST_F(ReactorTest, TwoNullParametersAreEqual) {
   auto const made = reader->childIs(activity, "a", nullptr, nullptr);
   EXPECT_EQ(reader->childIs(activity, "a", nullptr, nullptr), made);
-  EXPECT_EQ(refusalOf([&] { reader->childIs(nullptr, "a", dir, nullptr); }),
-            refusal("dir", Zon::valueToStrep(dir).stdString(), "null"));
+  EXPECT_EQ(refusal([&] { reader->childIs(nullptr, "a", dir, nullptr); }),
+            reinstantiating("dir", Zon::valueToStrep(dir), "null"));
 }
 
 TEST_F(ReactorTest, AChildThatCameDuringConstructionIsKeptAndTheNewOneDropped) {
@@ -414,7 +402,7 @@ TEST_F(ReactorTest, AChildThatCameDuringConstructionIsKeptAndTheNewOneDropped) {
 
 TEST_F(ReactorTest, AChildThatCameDuringConstructionIsComparedToo) {
   reader->actMaking = [&] { reader->childIs(activity, "a", nullptr, config); };
-  EXPECT_EQ(refusalOf([&] { child("a"); }), refusal("dir", Zon::valueToStrep(dir).stdString(), "null"));
+  EXPECT_EQ(refusal([&] { child("a"); }), reinstantiating("dir", Zon::valueToStrep(dir), "null"));
   EXPECT_EQ(reader->children.members(), 1U);
 }
 

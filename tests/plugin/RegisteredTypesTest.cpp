@@ -266,6 +266,37 @@ TEST(RegisteredTypes, AReactorsTextIsNoReferenceToADirectory) {
             "Conversion: cannot convert \"" + asText.stdString() + "\" to VaroIntf::AllIntfDir");
 }
 
+template <class X>
+void expectTypedText(char const* type, Ptr<X> const& object) {
+  SCOPED_TRACE(type);
+  auto const asText = Zon::valueToStrep(object);
+  EXPECT_TRUE(asText.view().starts_with(std::string("<") + type + "#"));
+  EXPECT_EQ(Zon::valueToStrep(Ptr<X const>(object)), asText);
+  EXPECT_EQ(Zon::strepToValue<Ptr<X>>(asText), object);
+  EXPECT_EQ(Zon::strepToValue<Ptr<X const>>(asText), object);
+  auto const other = newPtr<Zon::Dir>("other");
+  auto const wrong = Zon::valueToStrep(other);
+  std::string const refused = "Conversion: cannot convert \"" + wrong.stdString() + "\" to " + type;
+  EXPECT_EQ(outcome([&] { return value(static_cast<bool>(Zon::strepToValue<Ptr<X>>(wrong))); }), refused);
+  EXPECT_EQ(outcome([&] { return value(static_cast<bool>(Zon::strepToValue<Ptr<X const>>(wrong))); }), refused);
+}
+
+TEST(RegisteredTypes, TextsOfTheInterfaceModulesTypesAreTyped) {
+  using namespace VaroIntf;
+  expectTypedText("VaroIntf::Agent", agentFactory("a"));
+  expectTypedText("VaroIntf::AllIntfDir", newPtr<AllIntfDir>("d"));
+  expectTypedText("VaroIntf::AllIntfReactor", newPtr<AllIntfReactor>(nullptr, nullptr, nullptr, nullptr, nullptr));
+  expectTypedText("VaroIntf::AllIntfStatusDirSm", AllIntfStatusDirSm::AllIntfStatusDirSmIs(nullptr, nullptr));
+  expectTypedText("VaroIntf::IntfStatusReactor", newPtr<IntfStatusReactor>(newPtr<Interface::IntfStatus>("e1")));
+  expectTypedText("VaroIntf::AllIntfQueueCounterReactor",
+                  AllIntfQueueCounterReactor::AllIntfQueueCounterReactorIs(nullptr, nullptr, nullptr));
+  expectTypedText("VaroIntf::AllIntfQueueCounterSliceReactor",
+                  AllIntfQueueCounterSliceReactor::AllIntfQueueCounterSliceReactorIs(nullptr, "s", nullptr, nullptr));
+  using Leaf = AllIntfQueueCounterSliceIntfCounterReactor;
+  expectTypedText("VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor",
+                  Leaf::AllIntfQueueCounterSliceIntfCounterReactorIs(nullptr, "e1", nullptr, nullptr));
+}
+
 // The walk.
 
 struct Instance {

@@ -27,6 +27,17 @@ using StatusDir = Interface::AllIntfStatusDir;
 using PtrDir = Interface::AllIntfQueueCounterPtrDir;
 using Slice = Interface::AllIntfQueueCounterDir;
 using Counters = Interface::IntfQueueCounterDir;
+
+/// A watcher of the aggregate directory: "a:config" and "a:status".
+template <class N>
+class AllIntfDirRecorder : public Recorder<N> {
+ public:
+  using Recorder<N>::Recorder;
+  void onConfig() override { this->heard("config"); }
+  void onStatus() override { this->heard("status"); }
+};
+using AllIntfDirWatcher = AllIntfDirRecorder<VaroIntf::AllIntfDir::NotifieeConst>;
+
 using PtrDirWatcher = QueueCounterDirWatcher<PtrDir::NotifieeConst>;
 
 /// The entries of a directory by name.

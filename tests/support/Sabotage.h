@@ -4,8 +4,9 @@
 /// Re-entrancy tests: a watcher of an output acts on the world at every single callback of something that begins in
 /// several ways.
 ///
-/// A world has `events`, `out` and `reactor`; of the counter chain also `firstOut`, what `out` was at first, and
-/// `complete`: whether everything must be served at the end.
+/// A world has `events`, `out` and `reactor`; of the counter chain also `firstOut`, what `out` was at first, and what
+/// must be true at the end: `complete`, that everything is served; `published`, that the output says so too; `cutShort`,
+/// that a sweep went no further than the sabotage.
 ///
 /// Use
 ///
@@ -69,6 +70,17 @@ class Saboteur {
   Zon::Ptr<Watcher> const watcher_;
 };
 
+/// The keys of the callbacks that a saboteur recorded.
+inline std::vector<std::string> keysHeard(std::string const& events) {
+  std::vector<std::string> keys;
+  std::string const prefix = "w:key(";
+  for (auto at = events.find(prefix); at != std::string::npos; at = events.find(prefix, at)) {
+    at += prefix.size();
+    keys.push_back(events.substr(at, events.find(')', at) - at));
+  }
+  return keys;
+}
+
 /// What can be done to any reactor of the counter chain, and then `own`.
 template <class World>
 std::vector<Sabotage<World>> counterSabotages(std::vector<Sabotage<World>> const& own) {
@@ -77,13 +89,14 @@ std::vector<Sabotage<World>> counterSabotages(std::vector<Sabotage<World>> const
       {"ClearTheOutput",
        [](World& world, std::string const&) {
          world.firstOut->intfQueueCounterDirDelAll();
-         world.complete = false;
+         world.published = false;
        }},
       {"DropTheInput",
        [](World& world, std::string const&) {
          if (!world.reactor) return;
          world.reactor->counterInDel();
          world.complete = false;
+         world.cutShort = true;
        }},
       {"SweepAgain",
        [](World& world, std::string const&) {
@@ -94,6 +107,7 @@ std::vector<Sabotage<World>> counterSabotages(std::vector<Sabotage<World>> const
          if (!world.reactor) return;
          world.reactor->zonDoZombieReactors(true);
          world.complete = false;
+         world.cutShort = true;
        }},
       {"DropTheReactor",
        [](World& world, std::string const&) {

@@ -1,6 +1,7 @@
 #include "platform/Pelto/ShmemMan.h"
 
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -301,6 +302,9 @@ TEST_F(ShmemManTest, TheLayoutIsTheOneOthersRead) {
   EXPECT_LE(header.reserved, raw.size());
   EXPECT_EQ(header.blockSize, 64U);
   EXPECT_EQ(header.blockCount, 3U);
+  static_assert(offsetof(ShmemObject::Header, zeros) == 48);
+  for (std::byte const zero : header.zeros)
+    EXPECT_EQ(zero, std::byte{0});
 
   std::vector<unsigned char> record(128);
   ASSERT_EQ(::pread(raw.fd, record.data(), record.size(), 64), 128);
