@@ -8,6 +8,10 @@
 ///   B  The entity offers the operation; `attribute` and `value` are there exactly when the operation takes them, and
 ///      the value has the type that the schema states.
 ///   C  `columns` says where each member stood in its line, from 1; 0 for a member that was left out.
+///
+/// Use
+///
+///     device.apply(reader.read(line));   // Errors: `ChangeError`, whose member gives the column
 
 #include <array>
 #include <chrono>
@@ -28,6 +32,9 @@ struct EntitySchema;
 enum class Operation : std::uint8_t { set, add, replace, del };
 inline constexpr std::size_t operations = 4;
 std::string_view name(Operation operation) noexcept;
+
+/// As texts of the library name it.
+std::string name(Interface::IntfEnabledState state);
 
 /// The members of a line.
 enum class Member : std::uint8_t { time, entity, key, attribute, value, op };
@@ -61,7 +68,7 @@ struct Change {
   std::string const& key() const noexcept { return keys[0]; }
 };
 
-/// Why a well-formed change cannot be applied; nothing of it was.
+/// Why a well-formed change cannot be applied; nothing of it was, but for blocks of counters that stay (Device.h).
 class ChangeError : public std::runtime_error {
  public:
   ChangeError(Member member, std::string const& reason) : std::runtime_error(reason), member_(member) {}

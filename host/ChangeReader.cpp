@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "host/JsonText.h"
 #include "host/Schema.h"
 #include "host/Text.h"
 
@@ -201,29 +202,12 @@ class ChangeReader::Members {
     return true;
   }
   bool parse_error(std::size_t position, std::string const&, nlohmann::detail::exception const& error) {
-    std::string_view reason = error.what();
-    // The library's prefixes name itself, line and column; only what follows is news.
-    skip(reason, "] ");
-    if (error.id == numberOverflow) {
-      fail(startColumn(), excerpt(reason, 160));
-    }
-    skip(reason, ": ");
-    if (constexpr std::string_view syntax = "syntax error "; reason.starts_with(syntax)) {
-      reason.remove_prefix(syntax.size());
-    }
-    fail(std::max<std::size_t>(position, 1), excerpt(reason, 160));
+    // Of a number beyond all doubles the library tells no place.
+    bool const isPlaced = dynamic_cast<nlohmann::json::parse_error const*>(&error) != nullptr;
+    fail(isPlaced ? std::max<std::size_t>(position, 1) : startColumn(), excerpt(jsonFault(error), 160));
   }
 
  private:
-  /// The JSON library's number for a number beyond all doubles.
-  static constexpr int numberOverflow = 406;
-
-  static void skip(std::string_view& text, std::string_view mark) noexcept {
-    if (std::size_t const at = text.find(mark); at != std::string_view::npos) {
-      text.remove_prefix(at + mark.size());
-    }
-  }
-
   Raw* find(std::string_view text) noexcept {
     for (std::size_t at = 0; at < memberCount; ++at) {
       if (name(static_cast<Member>(at)) == text) {

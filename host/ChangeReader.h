@@ -7,7 +7,7 @@
 ///   A  Either a change that keeps the promises of Change.h, or a `LineError` with column and reason; never both, and
 ///      no line, however hostile, does anything else.
 ///   B  Memory is bounded by the line: nesting deeper than the form ends the reading at once.
-///   C  Nothing is remembered from one line to the next but buffers; order of times is checked by `timeAfter`.
+///   C  Nothing is remembered from one line to the next but buffers; whoever reads several lines checks the order of their times.
 ///
 /// Use
 ///

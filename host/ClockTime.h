@@ -3,6 +3,9 @@
 /// \file
 /// A moment as people and programs read it.
 ///
+/// Guarantees
+///   A  Both readings are of the same moment, whenever they are asked for.
+///
 /// Use
 ///
 ///     auto const now = VaroHost::ClockTime::now();

@@ -3,17 +3,9 @@
 #include <string>
 #include <string_view>
 
-#include <nlohmann/json.hpp>
+#include "host/JsonText.h"
 
 namespace VaroHost {
-
-namespace {
-
-using Json = nlohmann::ordered_json;
-
-std::string dump(Json const& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
-
-}  // namespace
 
 void CounterJson::print(CounterList const& list) {
   out_.write("{\n  \"varo:counters\": {\n    \"object\": [");
@@ -22,7 +14,7 @@ void CounterJson::print(CounterList const& list) {
     if (!object->fault().empty()) {
       continue;
     }
-    out_.print("{}      {{\"name\": {}, \"block\": [", objectSeparator, dump(object->name()));
+    out_.print("{}      {{\"name\": {}, \"block\": [", objectSeparator, jsonText(object->name()));
     objectSeparator = ",\n";
     std::string_view blockSeparator = "\n";
     for (std::uint32_t const row : object->rows()) {
@@ -30,7 +22,7 @@ void CounterJson::print(CounterList const& list) {
         return;
       }
       auto const& block = object->blocks()[row];
-      out_.print("{}        {{\"name\": {}, \"value\": {}}}", blockSeparator, dump(block.name), block.value);
+      out_.print("{}        {{\"name\": {}, \"value\": {}}}", blockSeparator, jsonText(block.name), block.value);
       blockSeparator = ",\n";
     }
     out_.write(object->rows().empty() ? "]}" : "\n      ]}");
@@ -40,12 +32,12 @@ void CounterJson::print(CounterList const& list) {
 
 void CounterJson::printValue(ClockTime time, CounterObject const& object, CounterObject::Block const& block) {
   out_.print("{{\"varo:counter\": {{\"time\": {}, \"object\": {}, \"block\": {}, \"value\": {}}}}}\n",
-             dump(time.seconds()), dump(object.name()), dump(block.name), block.value);
+             jsonText(time.seconds()), jsonText(object.name()), jsonText(block.name), block.value);
 }
 
 void CounterJson::printObject(ClockTime time, std::string const& name, bool isThere) {
-  out_.print("{{\"varo:object\": {{\"time\": {}, \"name\": {}, \"present\": {}}}}}\n", dump(time.seconds()), dump(name),
-             isThere);
+  out_.print("{{\"varo:object\": {{\"time\": {}, \"name\": {}, \"present\": {}}}}}\n", jsonText(time.seconds()),
+             jsonText(name), isThere);
 }
 
 }  // namespace VaroHost

@@ -172,7 +172,7 @@ std::vector<std::string> CounterList::unmatched() const {
 
 /// Why nothing is shown under that name.
 std::string CounterList::reasonFor(std::string const& name) const {
-  std::string reason = scope_ == Scope::all ? "no manager and no block has that name" : "no manager has that name";
+  std::string reason = scope_ == Scope::all ? "no object and no block has that name" : "no object has that name";
   // The encoding can make a long name three times as long, and a name may be too long.
   constexpr std::size_t lengthMax = 254;
   if (!name.empty() && name.size() <= lengthMax / 3) {

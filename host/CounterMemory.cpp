@@ -4,7 +4,8 @@
 
 namespace VaroHost {
 
-CounterMemory::CounterMemory(std::string prefix) : prefix_(std::move(prefix)) {}
+CounterMemory::CounterMemory(std::string prefix, std::uint64_t capacity)
+  : prefix_(std::move(prefix)), capacity_(capacity) {}
 
 Zon::Name CounterMemory::interfaceName() const { return objectName(".intf"); }
 

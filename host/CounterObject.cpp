@@ -147,10 +147,8 @@ void CounterObject::select(std::function<bool(std::string_view name)> const& isW
 bool CounterObject::sort() {
   order_.resize(blocks_.size());
   std::iota(order_.begin(), order_.end(), 0U);
-  auto const byName = [this](std::uint32_t a, std::uint32_t b) {
-    return NaturalOrder::compare(blocks_[a].name, blocks_[b].name) < 0;
-  };
-  std::sort(order_.begin(), order_.end(), byName);
+  std::sort(order_.begin(), order_.end(),
+            NaturalOrder::by([this](std::uint32_t number) -> std::string_view { return blocks_[number].name; }));
   rows_ = order_;
   return std::adjacent_find(order_.begin(), order_.end(), [&](std::uint32_t a, std::uint32_t b) {
            return blocks_[a].name == blocks_[b].name && blocks_[a].name.size() < nameMax;

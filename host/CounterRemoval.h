@@ -5,7 +5,8 @@
 ///
 /// Guarantees
 ///   A  Nothing is removed without a yes on the terminal, or `--yes`.
-///   B  Only what was shown in the question is removed: an object that took the name of another meanwhile stays.
+///   B  Only what was shown in the question is removed, as far as that can be held: an object that took the name of another
+///      meanwhile stays, unless it took it in the moment between the last look and the removal by name.
 ///   C  Processes that have an object open go on with it; its memory is freed when the last of them closes it.
 ///
 /// Use

@@ -11,7 +11,8 @@
 ///   A  Changes are evaluated at once, one by one: the activity is immediate, so that no burst is coalesced away.
 ///   B  A status has its `active` before it enters its directory; a replaced entry leaves before the new one comes; a
 ///      changed default configuration is followed by the evaluation of whoever may use it.
-///   C  An operation that throws `ChangeError` has changed nothing.
+///   C  An operation that throws `ChangeError` has changed nothing, but for one thing: a counter whose blocks find no room
+///      is not added, while the blocks that were made before the memory ran out stay, since nothing frees a block.
 ///   D  No change is made from inside a callback.
 ///   E  Producers write into the agent's aggregate directory, and into it alone; everybody reads the mirror. The modules
 ///      are wired from the producers on and go in the opposite order.

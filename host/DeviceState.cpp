@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "Zon/Strep.h"
 #include "host/Text.h"
 
 namespace VaroHost {
@@ -37,7 +36,10 @@ std::string encoded(std::string_view bytes) {
 std::string encoded(Zon::String8 const& text) { return encoded(text.view()); }
 std::string encoded(Orvet::IntfId const& intfId) { return encoded(intfId.stringValue()); }
 
-std::string word(Interface::IntfEnabledState state) { return Zon::valueToStrep(state).stdString(); }
+template <class Entries>
+void sortByKey(Entries& entries) {
+  std::sort(entries.begin(), entries.end(), [](auto const& a, auto const& b) { return a.first < b.first; });
+}
 
 /// What `take` makes of every entry of a walk, under the encoded keys, sorted by them.
 template <class Iterator, class Take>
@@ -46,7 +48,7 @@ auto sorted(Iterator at, Take const& take) {
   for (; at; at.advance()) {
     entries.emplace_back(encoded(at.key()), take(at));
   }
-  std::sort(entries.begin(), entries.end(), [](auto const& a, auto const& b) { return a.first < b.first; });
+  sortByKey(entries);
   return entries;
 }
 
@@ -54,9 +56,9 @@ auto const pointer = [](auto const& at) { return at.ptr(); };
 
 Json describe(Interface::IntfConfig const& config) {
   auto const defaultConfig = config.defaultConfig();
-  return {{"adminEnabledStateLocal", word(config.adminEnabledStateLocal())},
+  return {{"adminEnabledStateLocal", name(config.adminEnabledStateLocal())},
           {"defaultConfig", defaultConfig ? Json(encoded(defaultConfig->intfId())) : Json()},
-          {"enabledStateLocal", word(config.enabledStateLocal())},
+          {"enabledStateLocal", name(config.enabledStateLocal())},
           {"enabledStateReason", encoded(config.enabledStateReason())}};
 }
 
@@ -127,7 +129,6 @@ class DeviceState::Writer {
 void DeviceState::print(Output& out) const {
   QueueCounters const& counters = device_.queueCounters();
   auto const text = [](auto const& value) { return Json(encoded(value)); };
-  auto const size = [](auto const& block) { return Json(block->size()); };
   // Where the mirror has the producers' own entity there is nothing more to say of it.
   auto const mirrored = [](auto const& entry, auto const& original) {
     return entry == original ? Json("aggregate") : describe(*entry);
@@ -137,16 +138,16 @@ void DeviceState::print(Output& out) const {
   Writer writer(out);
   printAggregate(writer);
   writer.open("counterBlocks");
-  writer.object("counterShmemMan", sorted(counters.interfaceBlocks()->counterBlockIterator(), pointer), size);
-  writer.object("statisticsShmemMan", sorted(counters.queueBlocks()->counterBlockIterator(), pointer), size);
+  printBlocks(writer, "counterShmemMan", counters.interfaceBlocks());
+  printBlocks(writer, "statisticsShmemMan", counters.queueBlocks());
   writer.close();
   std::vector<std::pair<std::string, Zon::Ptr<Interface::IntfConfig>>> defaults;
   for (auto const& [name, config] : device_.defaultConfigs()) {
     defaults.emplace_back(encoded(std::string_view(name)), config);
   }
-  std::sort(defaults.begin(), defaults.end(), [](auto const& a, auto const& b) { return a.first < b.first; });
+  sortByKey(defaults);
   writer.object("defaultConfig", defaults, [](auto const& config) {
-    return Json{{"adminEnabledStateLocal", word(config->adminEnabledStateLocal())}};
+    return Json{{"adminEnabledStateLocal", name(config->adminEnabledStateLocal())}};
   });
   writer.object("errdisabledIntf",
                 sorted(device_.errdisable()->errdisabledIntfIteratorConst(), [](auto const& at) { return at.value(); }),
@@ -166,6 +167,16 @@ void DeviceState::print(Output& out) const {
   writer.member(formatKey, format);
   writer.close();
   out.write("\n");
+}
+
+void DeviceState::printBlocks(Writer& writer, char const* key, Zon::Ptr<Pelto::ShmemMan const> const& blocks) {
+  writer.open(key);
+  if (blocks) {
+    for (auto const& [name, block] : sorted(blocks->counterBlockIterator(), pointer)) {
+      writer.member(name, block->size());
+    }
+  }
+  writer.close();
 }
 
 void DeviceState::printAggregate(Writer& writer) const {

@@ -7,6 +7,7 @@
 /// Guarantees
 ///   A  Equal state gives equal bytes, whatever events led to it and in whatever order: keys are sorted by bytes,
 ///      every attribute is written, nothing that differs from run to run (times, addresses, values of counters) is.
+///      One exception: blocks of counters that are gone are written too, since nothing frees a block.
 ///   B  An entry a line, written as it goes.
 ///   C  Different names stay different: bytes that are not UTF-8 stand as `\xHH`, and a backslash is doubled.
 ///
@@ -32,6 +33,7 @@ class DeviceState {
  private:
   class Writer;
 
+  static void printBlocks(Writer& writer, char const* key, Zon::Ptr<Pelto::ShmemMan const> const& blocks);
   void printAggregate(Writer& writer) const;
   void printSlices(Writer& writer) const;
 

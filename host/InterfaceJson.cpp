@@ -1,22 +1,17 @@
 #include "host/InterfaceJson.h"
 
-#include <sstream>
 #include <string>
 
 #include <net/if_arp.h>
 #include <nlohmann/json.hpp>
+
+#include "host/JsonText.h"
 
 namespace VaroHost {
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string text(Interface::IntfEnabledState state) {
-  std::ostringstream out;
-  out << state;
-  return out.str();
-}
 
 std::string_view typeName(std::uint16_t type) {
   switch (type) {
@@ -36,8 +31,6 @@ std::string_view typeName(std::uint16_t type) {
   }
 }
 
-std::string dump(Json const& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
-
 Json describe(InterfaceView const& view) {
   Json json;
   json["name"] = view.name.stdString();
@@ -53,11 +46,11 @@ Json describe(InterfaceView const& view) {
     json["if-index"] = view.link->index;
   }
   if (view.config) {
-    json["varo:admin-enabled-state"] = text(view.config->adminEnabledStateLocal());
+    json["varo:admin-enabled-state"] = name(view.config->adminEnabledStateLocal());
     if (view.config->defaultConfig() != nullptr) {
       json["varo:default-config"] = view.config->defaultConfig()->intfId().stringValue().stdString();
     }
-    json["varo:enabled-state"] = text(view.config->enabledStateLocal());
+    json["varo:enabled-state"] = name(view.config->enabledStateLocal());
     json["varo:enabled-state-reason"] = view.config->enabledStateReason().stdString();
   }
   if (view.status) {
@@ -76,7 +69,7 @@ void InterfaceJson::print(Output& out) const {
   out.write("{\n  \"ietf-interfaces:interfaces\": {\n    \"interface\": [");
   for (std::size_t at = 0; at < interfaces_.size() && !out.ended(); ++at) {
     out.write(at == 0 ? "\n      " : ",\n      ");
-    out.write(dump(describe(interfaces_.view(at))));
+    out.write(jsonText(describe(interfaces_.view(at))));
   }
   out.write(interfaces_.size() == 0 ? "]\n  }\n}\n" : "\n    ]\n  }\n}\n");
 }
@@ -85,11 +78,11 @@ void InterfaceJson::printChange(Output& out, double time, StateFollower::Transit
   Json json;
   json["time"] = time;
   json["name"] = transition.intfId.stringValue().stdString();
-  json["varo:enabled-state"] = text(transition.after.state);
+  json["varo:enabled-state"] = name(transition.after.state);
   json["varo:enabled-state-reason"] = transition.after.reason.stdString();
-  json["was"] = {{"varo:enabled-state", text(transition.before.state)},
+  json["was"] = {{"varo:enabled-state", name(transition.before.state)},
                  {"varo:enabled-state-reason", transition.before.reason.stdString()}};
-  out.write(dump(Json{{"varo:change", json}}));
+  out.write(jsonText(Json{{"varo:change", json}}));
   out.write("\n");
 }
 

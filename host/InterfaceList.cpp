@@ -26,8 +26,7 @@ InterfaceList::InterfaceList(Device const& device, LinkFactsOf facts) : device_(
       names_.push_back(at->intfId().stringValue());
     }
   }
-  std::sort(names_.begin(), names_.end(),
-            [](Zon::String8 const& a, Zon::String8 const& b) { return NaturalOrder::compare(a.view(), b.view()) < 0; });
+  std::sort(names_.begin(), names_.end(), NaturalOrder::by([](Zon::String8 const& name) { return name.view(); }));
 }
 
 InterfaceView InterfaceList::view(std::size_t at) const {

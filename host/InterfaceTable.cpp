@@ -31,21 +31,9 @@ using Cells = std::array<std::string, columns>;
 using Widths = std::array<std::size_t, columns>;
 using Shown = std::array<bool, columns>;
 
-std::string_view word(IntfEnabledState state) {
-  switch (state) {
-  case IntfEnabledState::unset:
-    return "unset";
-  case IntfEnabledState::enabled:
-    return "enabled";
-  case IntfEnabledState::disabled:
-    return "disabled";
-  }
-  return "?";
-}
-
 /// The administrative state in effect, with the default configuration that decides it if one does.
 std::string adminCell(Interface::IntfConfig const& config) {
-  std::string cell(word(config.adminEnabledStateEffective()));
+  std::string cell = name(config.adminEnabledStateEffective());
   bool const isByDefault = config.adminEnabledStateLocal() == IntfEnabledState::unset &&
                            config.defaultConfig() != nullptr &&
                            config.adminEnabledStateEffective() != IntfEnabledState::unset;
@@ -68,7 +56,7 @@ Cells cellsOf(InterfaceView const& view) {
   }
   if (view.config) {
     cells[adminColumn] = adminCell(*view.config);
-    cells[stateColumn] = word(view.config->enabledStateLocal());
+    cells[stateColumn] = name(view.config->enabledStateLocal());
     if (!view.config->enabledStateReason().empty()) {
       cells[reasonColumn] = printable(view.config->enabledStateReason().view());
     }

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include <fmt/format.h>
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
 #include <netlink/attr.h>
@@ -16,12 +15,6 @@ namespace VaroHost {
 
 namespace {
 
-void check(int result, char const* what) {
-  if (result < 0) {
-    throw Trouble(fmt::format("netlink: {}: {}", what, nl_geterror(result)));
-  }
-}
-
 struct FreeDeleter {
   void operator()(void* memory) const noexcept { std::free(memory); }
 };
@@ -29,15 +22,11 @@ struct FreeDeleter {
 }  // namespace
 
 LinkMonitor::LinkMonitor(asio::io_context& loop, Listener& listener, int receiveBuffer)
-  : listener_(listener), messages_(listener), socket_(nl_socket_alloc()), readable_(loop), retry_(loop) {
-  if (!socket_) {
-    throw Trouble("netlink: out of memory");
-  }
+  : listener_(listener), messages_(listener), socket_(connectedNetlink()), readable_(loop), retry_(loop) {
   nl_socket_disable_seq_check(socket_.get());
-  check(nl_connect(socket_.get(), NETLINK_ROUTE), "cannot connect");
-  check(nl_socket_set_buffer_size(socket_.get(), receiveBuffer, 0), "cannot set the buffer");
-  check(nl_socket_add_memberships(socket_.get(), RTNLGRP_LINK, 0), "cannot listen to links");
-  check(nl_socket_set_nonblocking(socket_.get()), "cannot stop blocking");
+  checkNetlink(nl_socket_set_buffer_size(socket_.get(), receiveBuffer, 0), "set the buffer");
+  checkNetlink(nl_socket_add_memberships(socket_.get(), RTNLGRP_LINK, 0), "listen to links");
+  checkNetlink(nl_socket_set_nonblocking(socket_.get()), "stop blocking");
   readable_.assign(nl_socket_get_fd(socket_.get()));
 }
 
@@ -76,7 +65,7 @@ void LinkMonitor::receive() {
       messages_.overrunIs();
       continue;
     }
-    check(length, "cannot receive");
+    checkNetlink(length, "receive");
     if (sender.nl_pid != 0) {
       continue;
     }
@@ -109,7 +98,7 @@ void LinkMonitor::requestDump() {
       nla_put_u32(message.get(), IFLA_EXT_MASK, RTEXT_FILTER_SKIP_STATS) < 0) {
     throw Trouble("netlink: out of memory");
   }
-  check(nl_send_auto(socket_.get(), message.get()), "cannot ask for the links");
+  checkNetlink(nl_send_auto(socket_.get(), message.get()), "ask for the links");
   messages_.dumpIs(nlmsg_hdr(message.get())->nlmsg_seq);
 }
 

@@ -12,8 +12,6 @@
 #include <netlink/attr.h>
 #include <netlink/errno.h>
 
-#include "host/Trouble.h"
-
 namespace VaroHost {
 
 namespace {
@@ -34,14 +32,9 @@ using Attributes = std::array<nlattr*, max + 1>;
 
 }  // namespace
 
-LinkStatistics::LinkStatistics() : socket_(nl_socket_alloc()) {
-  int result = socket_ ? nl_connect(socket_.get(), NETLINK_ROUTE) : -NLE_NOMEM;
-  if (result >= 0) {
-    result = nl_socket_modify_cb(socket_.get(), NL_CB_VALID, NL_CB_CUSTOM, &LinkStatistics::receive, this);
-  }
-  if (result < 0) {
-    throw Trouble(fmt::format("netlink: cannot connect: {}", nl_geterror(result)));
-  }
+LinkStatistics::LinkStatistics() : socket_(connectedNetlink()) {
+  checkNetlink(nl_socket_modify_cb(socket_.get(), NL_CB_VALID, NL_CB_CUSTOM, &LinkStatistics::receive, this),
+               "listen to answers");
 }
 
 std::optional<std::string> LinkStatistics::read(Listener& listener) {

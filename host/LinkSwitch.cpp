@@ -1,19 +1,11 @@
 #include "host/LinkSwitch.h"
 
-#include <fmt/format.h>
 #include <linux/if.h>
 #include <netlink/errno.h>
 
-#include "host/Trouble.h"
-
 namespace VaroHost {
 
-KernelLinkSwitch::KernelLinkSwitch() : socket_(nl_socket_alloc()) {
-  int const result = socket_ ? nl_connect(socket_.get(), NETLINK_ROUTE) : -NLE_NOMEM;
-  if (result < 0) {
-    throw Trouble(fmt::format("netlink: cannot connect: {}", nl_geterror(result)));
-  }
-}
+KernelLinkSwitch::KernelLinkSwitch() : socket_(connectedNetlink()) {}
 
 std::optional<std::string> KernelLinkSwitch::set(int index, bool up) {
   NetlinkLink const link(rtnl_link_alloc());

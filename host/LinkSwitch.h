@@ -3,6 +3,10 @@
 /// \file
 /// Sets links administratively up and down in the kernel.
 ///
+/// Guarantees
+///   A  Of a link nothing but its being up is changed, and of other links nothing.
+///   B  When `set` returns, the kernel has carried it out and its notification is on the way, or nothing happened.
+///
 /// Use
 ///
 ///     if (auto const error = linkSwitch.set(index, false)) complain(*error);

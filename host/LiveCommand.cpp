@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "Zon/Exception.h"
 #include "host/ClockTime.h"
 #include "host/Complaint.h"
 #include "host/ErrdisableList.h"
@@ -29,13 +30,21 @@ LiveCommand::LiveCommand(LiveOptions options, Output& out)
   : options_(std::move(options)),
     out_(out),
     device_(options_.isFollowing ? &follower_ : nullptr, CounterMemory(options_.counterMemory)),
-    counters_(device_.queueCounters()),
     report_(options_, out),
     switch_(options_.isEnforcing ? std::make_unique<KernelLinkSwitch>() : nullptr),
     links_(device_, switch_.get(), *this),
     ending_(loop_),
     counting_(loop_, options_.interval, [this] { count(); }),
-    monitor_(loop_, links_) {}
+    monitor_(loop_, links_) {
+  try {
+    counters_.emplace(device_.queueCounters());
+  } catch (Zon::Exception const& error) {
+    if (!options_.counterMemory.empty()) {
+      throw;
+    }
+    countersFailed(error.what());
+  }
+}
 
 int LiveCommand::run() {
   if (!options_.errdisableFile.empty()) {
@@ -106,21 +115,39 @@ void LiveCommand::synchronized() {
 }
 
 void LiveCommand::interfaceIs(std::string const& name, LinkFacts const& facts) {
-  auto const error = counters_.linkIs(facts.index, name, facts.transmitQueues);
+  if (!counters_) {
+    return;
+  }
+  auto const error = counters_->linkIs(facts.index, name, facts.transmitQueues);
   // Memory that is exhausted stays so: what holds for one link holds for all that follow.
   if (error && std::exchange(hasAllBlocks_, false)) {
-    failed(*error);
+    countersFailed(*error);
   }
 }
 
-void LiveCommand::interfaceDel(LinkFacts const& facts) { counters_.linkDel(facts.index); }
+void LiveCommand::interfaceDel(LinkFacts const& facts) {
+  if (counters_) {
+    counters_->linkDel(facts.index);
+  }
+}
 
 void LiveCommand::count() {
-  std::string const error = counters_.refresh().value_or("");
+  if (!counters_) {
+    return;
+  }
+  std::string const error = counters_->refresh().value_or("");
   if (!error.empty() && error != countError_) {
-    failed(error);
+    countersFailed(error);
   }
   countError_ = error;
+}
+
+void LiveCommand::countersFailed(std::string const& text) {
+  if (!options_.counterMemory.empty()) {
+    return failed(text);
+  }
+  out_.flush();
+  complain("varo-host: {}\n", text);
 }
 
 void LiveCommand::changed() {

@@ -8,6 +8,7 @@
 ///   B  On a clean end (signal, time over, reader gone, trouble) everything held is released, unless `--leave-down`.
 ///   C  The last table is printed after that, and after the kernel has told of each link set up (or two seconds).
 ///   D  The kernel's statistics are in the counter blocks before anything is shown, and at every interval after that.
+///      Without a name for the counters what goes wrong with them is a note; the exit status does not tell.
 ///   E  A bad errdisable file is reported line by line; the content before it stays in force.
 ///
 /// Use
@@ -54,6 +55,8 @@ class LiveCommand final : private LiveLinks::Events {
 
   /// Brings the counters up to date.
   void count();
+  /// Counters that nobody else can read are no reason to fail.
+  void countersFailed(std::string const& text);
   void loadErrdisable(FileWatch::Content content);
   /// The file's content, empty when it does not exist, nothing when it cannot be read (which is reported).
   std::optional<std::string> readErrdisable();
@@ -66,7 +69,8 @@ class LiveCommand final : private LiveLinks::Events {
   Output& out_;
   StateFollower follower_;
   Device device_;
-  LiveCounters counters_;
+  /// Null where private memory cannot be had.
+  std::optional<LiveCounters> counters_;
   Report report_;
   std::unique_ptr<KernelLinkSwitch> switch_;
   LiveLinks links_;

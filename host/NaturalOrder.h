@@ -20,6 +20,13 @@ struct NaturalOrder {
   static std::strong_ordering compare(std::string_view a, std::string_view b) noexcept;
 
   bool operator()(std::string_view a, std::string_view b) const noexcept { return compare(a, b) < 0; }
+
+  /// The same order of whatever has a name.
+  /// \param nameOf gives it
+  template <class NameOf>
+  static auto by(NameOf nameOf) {
+    return [nameOf](auto const& a, auto const& b) { return compare(nameOf(a), nameOf(b)) < 0; };
+  }
 };
 
 }  // namespace VaroHost

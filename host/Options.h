@@ -2,6 +2,14 @@
 
 /// \file
 /// What the command line asked for.
+///
+/// Guarantees
+///   A  As they are made, options mean what a command line without any of them means.
+///
+/// Use
+///
+///     VaroHost::ReplayOptions options;
+///     options.file = "line-card.jsonl";
 
 #include <optional>
 #include <string>
@@ -49,7 +57,7 @@ struct DiffOptions {
 };
 
 struct CountersOptions {
-  std::vector<std::string> names;  ///< of managers or blocks; none for all
+  std::vector<std::string> names;  ///< of objects or blocks; none for all
   bool isJson = false;
   bool isWatching = false;
   double interval = 1.0;           ///< seconds

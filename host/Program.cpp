@@ -111,7 +111,7 @@ void addDiff(CLI::App& command, DiffOptions& options) {
 
 void addCounters(CLI::App& command, CountersOptions& options) {
   command.add_option("NAME", options.names,
-                     "Managers or blocks to show: an exact name, else the beginning of names, or a shell pattern; "
+                     "Objects or blocks to show: an exact name, else the beginning of names, or a shell pattern; "
                      "everything when left out");
   auto* const json = command.add_flag("--json", options.isJson, "Print JSON instead of a table");
   auto* const watch = command.add_flag("--watch", options.isWatching, "Go on and show what changes, until Ctrl-C");
@@ -123,8 +123,8 @@ void addCounters(CLI::App& command, CountersOptions& options) {
       ->check(seconds(0))
       ->needs(watch)
       ->option_text("SECONDS");
-  auto* const unlink = command.add_flag("--unlink", options.isUnlinking,
-                                        "Remove the objects of these managers, after asking on the terminal");
+  auto* const unlink =
+      command.add_flag("--unlink", options.isUnlinking, "Remove these objects, after asking on the terminal");
   unlink->excludes(watch)->excludes(json);
   command.add_flag("--yes", options.isConfirmed, "Remove without asking")->needs(unlink);
   command.footer(footer);
@@ -194,14 +194,14 @@ int Program::run(int argc, char const* const* argv) {
   CountersOptions counters;
   auto* const replayCommand = app.add_subcommand("replay", "Play a recorded stream of changes and show the interfaces");
   auto* const liveCommand = app.add_subcommand("live", "Show, follow and guard this machine's own interfaces");
-  addReplay(*replayCommand, replay);
   auto* const countersCommand =
       app.add_subcommand("counters", "Show the counter blocks that hosts keep in shared memory");
-  addLive(*liveCommand, live);
   DiffOptions diff;
   auto* const diffCommand = app.add_subcommand("diff", "Show what two states differ in, path by path");
-  addDiff(*diffCommand, diff);
+  addReplay(*replayCommand, replay);
+  addLive(*liveCommand, live);
   addCounters(*countersCommand, counters);
+  addDiff(*diffCommand, diff);
 
   try {
     app.parse(argc, argv);
@@ -222,13 +222,13 @@ int Program::run(int argc, char const* const* argv) {
     return ExitStatus::trouble;
   }
   return runGuarded([&] {
-    if (diffCommand->parsed()) {
-      return runCommand<DiffCommand>(diff);
+    if (replayCommand->parsed()) {
+      return runCommand<ReplayCommand>(replay);
     }
-    if (countersCommand->parsed()) {
-      return runCommand<CountersCommand>(counters);
+    if (liveCommand->parsed()) {
+      return runCommand<LiveCommand>(live);
     }
-    return replayCommand->parsed() ? runCommand<ReplayCommand>(replay) : runCommand<LiveCommand>(live);
+    return countersCommand->parsed() ? runCommand<CountersCommand>(counters) : runCommand<DiffCommand>(diff);
   });
 }
 

@@ -1,5 +1,7 @@
 #include "host/QueueCounters.h"
 
+#include <utility>
+
 namespace VaroHost {
 
 namespace {
@@ -10,11 +12,20 @@ constexpr unsigned lastQueue = 17;
 
 }  // namespace
 
-QueueCounters::QueueCounters(CounterMemory const& memory)
-  : interfaceBlocks_(Zon::newPtr<Pelto::ShmemMan>(memory.interfaceName())),
-    queueBlocks_(Zon::newPtr<Pelto::ShmemMan>(memory.queueName())),
+QueueCounters::QueueCounters(CounterMemory memory)
+  : memory_(std::move(memory)),
     slices_(Zon::newPtr<Zon::Dir>("slices")),
-    output_(Zon::newPtr<Interface::AllIntfQueueCounterPtrDir>("queueCounters")) {}
+    output_(Zon::newPtr<Interface::AllIntfQueueCounterPtrDir>("queueCounters")) {
+  if (!memory_.isPrivate()) {
+    makeMemory();
+  }
+}
+
+void QueueCounters::makeMemory() {
+  auto const interfaceBlocks = Zon::newPtr<Pelto::ShmemMan>(memory_.interfaceName(), memory_.capacity());
+  queueBlocks_ = Zon::newPtr<Pelto::ShmemMan>(memory_.queueName(), memory_.capacity());
+  interfaceBlocks_ = interfaceBlocks;
+}
 
 void QueueCounters::wire(Module& agent, Zon::Ptr<Zon::ActivityConfig> const& activity) {
   reactor_ = agent.childIs(reactorAttribute,
@@ -31,6 +42,9 @@ Zon::Ptr<QueueCounters::Slice> QueueCounters::slice(Zon::Name const& name) const
 }
 
 Zon::Ptr<QueueCounters::Slice> QueueCounters::sliceIs(Zon::Name const& name) {
+  if (!interfaceBlocks_) {
+    makeMemory();
+  }
   sliceDel(name);
   auto const added = Zon::newPtr<Slice>(name);
   added->counterShmemManIs(interfaceBlocks_);

@@ -5,7 +5,8 @@
 /// interfaces of all slices, and the shared memory with the blocks.
 ///
 /// Guarantees
-///   A  A slice has its managers before anybody sees it; all slices share the two of the device.
+///   A  A slice has its managers before anybody sees it; all slices share the two of the device. Private memory is made
+///      with the first slice, named memory at once.
 ///   B  What is put in the place of something present comes after that has left: the reactors serve nothing that is
 ///      replaced in place.
 ///   C  While some slice lists an interface, the output has it: an interface that one slice withdrew is published anew
@@ -35,8 +36,8 @@ class QueueCounters {
   using Slice = Interface::AllIntfQueueCounterDir;
   using Counters = Interface::IntfQueueCounterDir;
 
-  /// Errors: range exception when the shared memory cannot be had.
-  explicit QueueCounters(CounterMemory const& memory);
+  /// Errors: range exception when named memory cannot be had.
+  explicit QueueCounters(CounterMemory memory);
   QueueCounters(QueueCounters const&) = delete;
   QueueCounters& operator=(QueueCounters const&) = delete;
 
@@ -47,6 +48,7 @@ class QueueCounters {
   Zon::Ptr<Zon::Dir> const& slices() const noexcept { return slices_; }
   /// The interfaces of all slices, as the module gathers them.
   Zon::Ptr<Interface::AllIntfQueueCounterPtrDir const> output() const noexcept { return output_; }
+  /// Null while there is no memory yet, as `queueBlocks`.
   Zon::Ptr<Pelto::ShmemMan const> interfaceBlocks() const noexcept { return interfaceBlocks_; }
   Zon::Ptr<Pelto::ShmemMan const> queueBlocks() const noexcept { return queueBlocks_; }
   /// Whether the counter of an interface has got all its blocks.
@@ -55,6 +57,7 @@ class QueueCounters {
   /// Null when absent.
   Zon::Ptr<Slice> slice(Zon::Name const& name) const;
   /// Makes an empty slice, in the place of one that is there.
+  /// Errors: range exception when private memory cannot be had.
   Zon::Ptr<Slice> sliceIs(Zon::Name const& name);
   void sliceDel(Zon::Name const& name);
   /// Makes an interface of that slice, without counters, in the place of one that is there.
@@ -63,9 +66,11 @@ class QueueCounters {
 
  private:
   void publishAnew(Orvet::IntfId const& intfId);
+  void makeMemory();
 
-  Zon::Ptr<Pelto::ShmemMan> const interfaceBlocks_;
-  Zon::Ptr<Pelto::ShmemMan> const queueBlocks_;
+  CounterMemory const memory_;
+  Zon::Ptr<Pelto::ShmemMan> interfaceBlocks_;
+  Zon::Ptr<Pelto::ShmemMan> queueBlocks_;
   Zon::Ptr<Zon::Dir> const slices_;
   Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const output_;
   Module::Interface reactor_;

@@ -3,6 +3,10 @@
 /// \file
 /// Does something every so many seconds.
 ///
+/// Guarantees
+///   A  The pause is counted from the end of each action: a slow one delays the next and never piles up.
+///   B  Nothing happens before `start`, nor after the repeater is gone.
+///
 /// Use
 ///
 ///     VaroHost::Repeater repeater(loop, 1.0, [&] { look(); });

@@ -56,6 +56,7 @@ int ReplayCommand::run() {
     if (!error) {
       complain("{}:{}: interrupted\n", input_.name(), lines_.number());
       status_ = ExitStatus::someFailed;
+      isInterrupted_ = true;
       stop();
     }
   });
@@ -67,7 +68,10 @@ int ReplayCommand::run() {
       report_.gap();
     }
     report_.interfaces(InterfaceList(device_));
-    report_.state(device_);
+    // Whoever compares states would take half a recording for the whole.
+    if (!isInterrupted_) {
+      report_.state(device_);
+    }
   }
   return status_;
 }

@@ -6,7 +6,7 @@
 /// Guarantees
 ///   A  Memory is bounded by the device and one line, however long the recording is.
 ///   B  A line is applied whole or not at all; what is wrong with it is reported as `FILE:LINE:COLUMN: reason`.
-///   C  A signal or a reader that goes ends the command between two lines.
+///   C  A signal or a reader that goes ends the command between two lines; a signal leaves no state behind, but a table.
 ///
 /// Use
 ///
@@ -83,6 +83,7 @@ class ReplayCommand {
   std::chrono::steady_clock::time_point start_;
   int status_ = ExitStatus::fine;
   bool isAborted_ = false;
+  bool isInterrupted_ = false;
 };
 
 }  // namespace VaroHost

@@ -1,8 +1,9 @@
 #include "host/Report.h"
 
 #include <cstdlib>
-#include <sstream>
 #include <string>
+
+#include <fmt/format.h>
 
 #include "host/AtomicFile.h"
 #include "host/DeviceState.h"
@@ -27,12 +28,11 @@ bool isColoured(Colour colour, Output const& out) {
 }
 
 std::string describe(StateFollower::View const& view) {
-  std::ostringstream out;
-  out << view.state;
+  std::string text = name(view.state);
   if (!view.reason.empty()) {
-    out << " (" << printable(view.reason.view()) << ')';
+    text += fmt::format(" ({})", printable(view.reason.view()));
   }
-  return out.str();
+  return text;
 }
 
 }  // namespace

@@ -7,6 +7,10 @@
 /// Guarantees
 ///   A  A row's value type is that of its setter: a pair that does not fit does not compile.
 ///   B  The table is constant and complete before `main`.
+///
+/// Use
+///
+///     if (auto const* entity = VaroHost::Schema::entity("intfConfig")) show(entity->attribute("defaultConfig"));
 
 #include <array>
 #include <span>

@@ -7,6 +7,7 @@
 
 #include "host/DeviceState.h"
 #include "host/InputFile.h"
+#include "host/JsonText.h"
 #include "host/Text.h"
 #include "host/Trouble.h"
 
@@ -56,14 +57,8 @@ class StateFile::Builder {
   bool start_array(std::size_t) { refuse("{}", "a list where none belongs"); }
   bool end_array() { return false; }
   bool parse_error(std::size_t position, std::string const&, nlohmann::detail::exception const& error) {
-    std::string_view reason = error.what();
-    // The library's prefixes name itself and the place.
-    for (std::string_view const mark : {"] ", ": "}) {
-      std::size_t const at = reason.find(mark);
-      reason.remove_prefix(at == std::string_view::npos ? 0 : at + mark.size());
-    }
-    throw Trouble(
-        fmt::format("{}: no state: byte {}: {}", name_, std::max<std::size_t>(position, 1), excerpt(reason, 160)));
+    throw Trouble(fmt::format("{}: no state: byte {}: {}", name_, std::max<std::size_t>(position, 1),
+                              excerpt(jsonFault(error), 160)));
   }
 
  private:

@@ -63,9 +63,8 @@ void StateFollower::flush(std::function<void(Transition const&)> const& tell) {
       transitions.push_back(std::move(transition));
     }
   }
-  std::sort(transitions.begin(), transitions.end(), [](Transition const& a, Transition const& b) {
-    return NaturalOrder::compare(a.intfId.stringValue().view(), b.intfId.stringValue().view()) < 0;
-  });
+  std::sort(transitions.begin(), transitions.end(),
+            NaturalOrder::by([](Transition const& told) { return told.intfId.stringValue().view(); }));
   for (Transition const& transition : transitions) {
     tell(transition);
   }

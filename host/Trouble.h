@@ -2,6 +2,13 @@
 
 /// \file
 /// `VaroHost::Trouble`: why the program cannot do what it was asked to. Ends it with status 2.
+///
+/// Guarantees
+///   A  `what()` is one message for people, without the program's name and without a newline.
+///
+/// Use
+///
+///     throw VaroHost::Trouble("cannot open", errno);
 
 #include <stdexcept>
 #include <string>

@@ -4,6 +4,9 @@
 /// `Pelto::ShmemRecord`: how a counter block stands in its object. Records follow the header, one after the other, each
 /// at a multiple of 64: this head, the name, zeros up to the next multiple of 64, the block.
 ///
+/// Guarantees
+///   A  Makers and readers of all processes agree on these numbers; another layout takes another magic.
+///
 /// Use
 ///
 ///     std::uint64_t next = at + Pelto::ShmemRecord::sizeOf(record.nameLength);

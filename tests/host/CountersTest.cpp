@@ -128,7 +128,7 @@ TEST_F(Counters, ABlockIsFoundByItsNameOrItsBeginning) {
 TEST_F(Counters, ANameOfNothingIsAnErrorAndTheOthersAreShown) {
   auto const result = runHost({"counters", prefix() + "nothing", prefix() + "card.queue"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, "varo-host: " + prefix() + "nothing: no manager and no block has that name\n");
+  EXPECT_EQ(result.err, "varo-host: " + prefix() + "nothing: no object and no block has that name\n");
   EXPECT_NE(result.out.find("1 object, 2 blocks\n"), std::string::npos) << result.out;
 }
 
@@ -140,7 +140,7 @@ TEST_F(Counters, AnAlienFileIsNamedWhenAskedFor) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, "varo-host: " + name + ": it is not a counter object\n");
   std::string const missing = runHost({"counters", prefix() + "alienate"}).err;
-  EXPECT_EQ(missing, "varo-host: " + prefix() + "alienate: no manager and no block has that name\n");
+  EXPECT_EQ(missing, "varo-host: " + prefix() + "alienate: no object and no block has that name\n");
 }
 
 TEST_F(Counters, NamesArePrintedOnOneLineEach) {
@@ -308,7 +308,7 @@ TEST_F(Counters, WhatIsDamagedWhileItIsWatchedIsSaidOnce) {
 TEST_F(Counters, ANameThatComesLaterIsWaitedFor) {
   std::string const name = objects_.name("late");
   HostProcess process({"counters", "--watch", "--interval", "0.02", name});
-  ASSERT_TRUE(process.waitForError(name + ": no manager and no block has that name\n"));
+  ASSERT_TRUE(process.waitForError(name + ": no object and no block has that name\n"));
   SharedObjects::set(*manager("late"), "x", 5);
   EXPECT_TRUE(process.waitFor("late  x  5\n"));
   process.signal(SIGINT);
@@ -365,7 +365,7 @@ TEST_F(Counters, UnlinkTakesNamesOfManagersOnly) {
   auto const result = runHost({"counters", "--unlink", "--yes", prefix() + "block"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "nothing to remove\n");
-  EXPECT_EQ(result.err, "varo-host: " + prefix() + "block: no manager has that name\n");
+  EXPECT_EQ(result.err, "varo-host: " + prefix() + "block: no object has that name\n");
   EXPECT_TRUE(std::filesystem::exists(SharedObjects::path(prefix() + "card.intf")));
 }
 

@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include "Zon/Exception.h"
 #include "host/ChangeReader.h"
+#include "platform/Pelto/ShmemRecord.h"
 #include "support/Errdisable.h"
 #include "support/Intf.h"
 #include "support/TraceEvents.h"
@@ -164,6 +166,56 @@ TEST_F(DeviceRoad, AfterTheDeviceNothingActsAndNothingIsHeld) {
   EXPECT_EQ(status->zonReferences(), 1U);
   EXPECT_EQ(slice->zonReferences(), 1U);
   EXPECT_EQ(configDir->zonReferences(), 1U);
+}
+
+/// Applies a line about a counter of one interface; what was wrong with it, else empty.
+std::string applied(VaroHost::Device& device, std::string const& line) {
+  VaroHost::ChangeReader reader;
+  try {
+    device.apply(reader.read(R"({"time":0,)" + line + "}"));
+  } catch (VaroHost::ChangeError const& error) {
+    return error.what();
+  }
+  return "";
+}
+std::string counter(std::string const& name, std::string const& operation) {
+  return R"("entity":"intfQueueCounter","key":["s1","E1",")" + name + R"("],"op":")" + operation + '"';
+}
+
+TEST(Device, ACounterWithoutRoomIsNotAddedAndLeavesItsFirstBlocks) {
+  constexpr std::uint64_t record = Pelto::ShmemRecord::sizeOf(16);
+  constexpr std::uint64_t capacity = sizeof(Pelto::ShmemObject::Header) + 25 * record;
+  VaroHost::Device device(nullptr, VaroHost::CounterMemory("", capacity));
+  auto const& counters = device.queueCounters();
+  EXPECT_EQ(applied(device, R"("entity":"slice","key":"s1","op":"add")"), "");
+  EXPECT_EQ(applied(device, R"("entity":"intfQueueCounterDir","key":["s1","E1"],"op":"add")"), "");
+  EXPECT_EQ(applied(device, counter("a", "add")), "");
+  EXPECT_EQ(counters.queueBlocks()->counterBlocks(), 18U);
+
+  EXPECT_EQ(applied(device, counter("b", "add")),
+            R"(intfQueueCounter of "s1", "E1", "b" has no room for its blocks in shared memory)");
+  auto const directory = counters.slice("s1")->intfQueueCounterDir("E1");
+  EXPECT_EQ(directory->intfQueueCounter("b"), nullptr);
+  EXPECT_NE(directory->intfQueueCounter("a"), nullptr);
+  EXPECT_EQ(counters.queueBlocks()->counterBlocks(), 25U) << "nothing frees a block";
+  EXPECT_TRUE(counters.hasBlocks("E1", "a"));
+  EXPECT_FALSE(counters.hasBlocks("E1", "b"));
+
+  EXPECT_EQ(applied(device, counter("b", "del")), R"(intfQueueCounter of "s1", "E1", "b" is not there)");
+  EXPECT_EQ(applied(device, counter("a", "del")), "");
+  EXPECT_EQ(applied(device, counter("a", "add")), "") << "its blocks are there";
+  EXPECT_NE(directory->intfQueueCounter("a"), nullptr);
+}
+
+TEST(Device, PrivateMemoryIsMadeWithTheFirstSlice) {
+  // Too small for memory: only a slice needs it.
+  VaroHost::Device device(nullptr, VaroHost::CounterMemory("", 1));
+  EXPECT_EQ(device.queueCounters().interfaceBlocks(), nullptr);
+  EXPECT_EQ(applied(device, R"("entity":"intfConfig","key":"E1","op":"add")"), "");
+  EXPECT_THROW(applied(device, R"("entity":"slice","key":"s1","op":"add")"), Zon::Exception);
+  EXPECT_EQ(device.queueCounters().slice("s1"), nullptr);
+  EXPECT_EQ(device.queueCounters().interfaceBlocks(), nullptr);
+  EXPECT_EQ(device.queueCounters().queueBlocks(), nullptr);
 }
 
 TEST(Device, WithoutThePluginsTypesSaysWhichIsMissing) {

@@ -70,3 +70,17 @@ TEST(ErrdisableList, LongNamesAndReasonsAreRefused) {
   EXPECT_EQ(parsed(std::string(1U << 20U, 'n') + " r"), "1:1: the name has 1048576 bytes, at most 255 are allowed;");
   EXPECT_EQ(parsed("eth0 " + std::string(1025, 'r')), "1:6: the reason has 1025 bytes, at most 1024 are allowed;");
 }
+
+TEST(ErrdisableList, ATruncatedLastLineWithoutItsReasonLeavesNoEntries) {
+  EXPECT_EQ(parsed("eth0 why\neth1"), "2:5: no reason after \"eth1\";");
+  EXPECT_EQ(parsed("eth0 why\neth1 "), "2:5: no reason after \"eth1\";");
+  EXPECT_EQ(parsed("eth0 why\neth1 w"), "eth0=why;eth1=w;") << "only the line's end is missing";
+}
+
+TEST(ErrdisableList, ATruncatedLastCharacterIsRefused) {
+  EXPECT_EQ(parsed("eth0 why\neth1 l\xc3"), "2:7: byte \\xc3 is not UTF-8;");
+}
+
+TEST(ErrdisableList, ADuplicateNameIsRefused) {
+  EXPECT_EQ(parsed("eth0 why\neth1 x\neth0 why\n"), "3:1: \"eth0\" stands twice;");
+}

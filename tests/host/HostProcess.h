@@ -7,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -239,13 +240,15 @@ inline std::string readFile(std::string const& file) {
 class ScratchDirectory {
  public:
   ScratchDirectory() {
-    char name[] = "/tmp/varo-host-test-XXXXXX";
-    if (::mkdtemp(name) == nullptr) {
+    path_ = (std::filesystem::temp_directory_path() / "varo-host-test-XXXXXX").string();
+    if (::mkdtemp(path_.data()) == nullptr) {
       throw std::runtime_error("mkdtemp");
     }
-    path_ = name;
   }
-  ~ScratchDirectory() { [[maybe_unused]] int const status = std::system(("rm -rf " + path_).c_str()); }
+  ~ScratchDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
   ScratchDirectory(ScratchDirectory const&) = delete;
   ScratchDirectory& operator=(ScratchDirectory const&) = delete;
 

@@ -1,5 +1,6 @@
 #include "host/LineReader.h"
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -41,9 +42,9 @@ class Pipe {
 class TemporaryFile {
  public:
   explicit TemporaryFile(std::string const& text) {
-    char name[] = "/tmp/varo-lines-XXXXXX";
-    descriptor_ = ::mkstemp(name);
-    ::unlink(name);
+    std::string name = (std::filesystem::temp_directory_path() / "varo-lines-XXXXXX").string();
+    descriptor_ = ::mkstemp(name.data());
+    ::unlink(name.c_str());
     EXPECT_EQ(::write(descriptor_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
     ::lseek(descriptor_, 0, SEEK_SET);
   }

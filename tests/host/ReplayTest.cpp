@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -310,8 +311,9 @@ TEST(Replay, AStandardOutputThatCannotBeWrittenToIsTrouble) {
 
 TEST(Replay, WhatCannotBeReadIsTrouble) {
   EXPECT_EQ(runHost({"replay", "/nonexistent/file"}).status, 2);
-  EXPECT_EQ(runHost({"replay", "/tmp"}).err, "varo-host: /tmp: Is a directory\n");
-  EXPECT_EQ(runHost({"replay", "/tmp"}).status, 2);
+  std::string const directory = std::filesystem::temp_directory_path().string();
+  EXPECT_EQ(runHost({"replay", directory}).err, "varo-host: " + directory + ": Is a directory\n");
+  EXPECT_EQ(runHost({"replay", directory}).status, 2);
   EXPECT_EQ(runHost({"replay", "/dev/null"}).status, 0);
 }
 
@@ -337,12 +339,14 @@ TEST(Replay, AWordThatIsNoCommandIsNamed) {
     auto const result = runHost({word});
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(result.err.starts_with("varo-host: expected a command, one of replay, live, diff")) << result.err;
+    EXPECT_TRUE(result.err.starts_with("varo-host: expected a command, one of replay, live, counters, diff"))
+        << result.err;
     EXPECT_NE(result.err.find("; not \"" + word + "\"\n"), std::string::npos) << result.err;
   }
   auto const missing = runHost({});
   EXPECT_EQ(missing.status, 2);
-  EXPECT_TRUE(missing.err.starts_with("varo-host: expected a command, one of replay, live, diff")) << missing.err;
+  EXPECT_TRUE(missing.err.starts_with("varo-host: expected a command, one of replay, live, counters, diff"))
+      << missing.err;
   EXPECT_EQ(missing.err.find("not"), std::string::npos) << missing.err;
   EXPECT_EQ(runHost({"replay"}).err, "FILE is required\nRun with --help for more information.\n");
 }
@@ -469,4 +473,22 @@ TEST(ReplayHostile, ManyErrorsDoNotPileUp) {
   auto const result = replay(input, {"--keep-going"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 20000);
+}
+
+TEST(ReplayHostile, AForwardingModelBeyond32BitsIsRefused) {
+  std::string const status = R"({"time":0,"entity":"intfStatus","key":"E1","op":"add"})"
+                             "\n";
+  auto const input = [](std::string const& value) {
+    return R"({"time":0,"entity":"forwardingModelInputs","key":["E1","a"],"value":)" + value + "}\n";
+  };
+  for (std::string const value : {"2147483648", "-2147483649", "4294967298", "18446744073709551616", "1e400"}) {
+    auto const result = replay(lines({status, input(value)}));
+    EXPECT_EQ(result.status, 1) << value;
+    EXPECT_TRUE(result.err.starts_with("<stdin>:2:69: ")) << result.err;
+    EXPECT_EQ(result.out, "") << value;
+  }
+  for (std::string const value : {"2147483647", "-2147483648"}) {
+    auto const result = replay(lines({status, input(value)}), {"--json"});
+    EXPECT_EQ(result.status, 0) << result.err;
+  }
 }

@@ -41,6 +41,18 @@ TEST(State, OfTheLineCardIsWrittenBesideTheTable) {
   EXPECT_EQ(state["counterBlocks"]["statisticsShmemMan"].size(), (48U + 4 * 2) * 18);
 }
 
+TEST(State, OfHalfARecordingIsNotWritten) {
+  ScratchDirectory const scratch;
+  std::string const file = scratch.write("state", "old");
+  HostProcess process({"replay", "-", "--follow", "--state", file}, start, true);
+  ASSERT_TRUE(process.waitFor("E1: unset -> enabled\n"));
+  process.signal(SIGINT);
+  EXPECT_EQ(process.finish(), 1);
+  EXPECT_EQ(process.err(), "<stdin>:1: interrupted\n");
+  EXPECT_NE(process.out().find("1 interface: 1 enabled"), std::string::npos) << process.out();
+  EXPECT_EQ(readFile(file), "old");
+}
+
 TEST(State, OnStandardOutputStandsAlone) {
   ScratchDirectory const scratch;
   std::string const file = scratch.write("state", "");
@@ -125,7 +137,7 @@ TEST(Diff, WhatIsNoStateIsTrouble) {
   expectTrouble("/", "Is a directory");
   expectTrouble(
       scratch.write("empty", ""),
-      "no state: byte 1: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal");
+      "no state: byte 1: while parsing value - unexpected end of input; expected '[', '{', or a literal");
   expectTrouble(scratch.write("deep", std::string(4U << 20U, '[')), "no state: a list where none belongs");
   expectTrouble(scratch.write("recording", start), "no state: member \"varo-state\" is missing");
   std::string const binary = scratch.write("binary", std::string("\x7f"

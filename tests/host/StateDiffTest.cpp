@@ -90,7 +90,7 @@ TEST(StateFile, WhatIsNoObjectIsNone) {
     EXPECT_EQ(fault(text), "A: no state: not an object") << text;
   }
   EXPECT_EQ(fault("[]"), "A: no state: a list where none belongs");
-  EXPECT_EQ(fault(""), "A: no state: byte 1: syntax error while parsing value - unexpected end of input; expected '[', "
+  EXPECT_EQ(fault(""), "A: no state: byte 1: while parsing value - unexpected end of input; expected '[', "
                        "'{', or a literal");
 }
 

@@ -67,8 +67,8 @@ std::optional<std::string> section(fs::path const& path, std::string const& name
 class TypeNames : public testing::Test {
  protected:
   TypeNames() {
-    char pattern[] = "/tmp/varo-type-names-XXXXXX";
-    folder_ = mkdtemp(pattern);
+    std::string pattern = (fs::temp_directory_path() / "varo-type-names-XXXXXX").string();
+    folder_ = mkdtemp(pattern.data());
   }
   ~TypeNames() override { fs::remove_all(folder_); }
 
