@@ -88,7 +88,7 @@ class PtrInterface : public VFPtrInterface {
 
   static ZonType* _fwkType();
   /// The class of every type node, under each type's own scope.
-  using _Type = ZonType;
+  using _Type = ZonType;  // NOLINT(bugprone-reserved-identifier): the fixed name
 
   // The count word. The setter is for white-box tests.
   std::uint32_t zonWord() const noexcept { return word_.load(std::memory_order_relaxed); }

@@ -38,7 +38,8 @@ std::string resolved(std::string const& file) {
     if (next.empty()) {
       return target;
     }
-    target = next.front() == '/' ? next : directoryOf(target) + next;
+    target = next.front() == '/' ? std::string() : directoryOf(target);
+    target += next;
   }
   throw Trouble(printable(file), ELOOP);
 }

@@ -55,7 +55,7 @@ auto sorted(Iterator at, Take const& take) {
 auto const pointer = [](auto const& at) { return at.ptr(); };
 
 Json describe(Interface::IntfConfig const& config) {
-  auto const defaultConfig = config.defaultConfig();
+  auto const& defaultConfig = config.defaultConfig();
   return {{"adminEnabledStateLocal", name(config.adminEnabledStateLocal())},
           {"defaultConfig", defaultConfig ? Json(encoded(defaultConfig->intfId())) : Json()},
           {"enabledStateLocal", name(config.enabledStateLocal())},
