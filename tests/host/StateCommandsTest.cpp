@@ -135,9 +135,8 @@ TEST(Diff, WhatIsNoStateIsTrouble) {
   };
   expectTrouble("/nonexistent/file", "No such file or directory");
   expectTrouble("/", "Is a directory");
-  expectTrouble(
-      scratch.write("empty", ""),
-      "no state: byte 1: while parsing value - unexpected end of input; expected '[', '{', or a literal");
+  expectTrouble(scratch.write("empty", ""),
+                "no state: byte 1: while parsing value - unexpected end of input; expected '[', '{', or a literal");
   expectTrouble(scratch.write("deep", std::string(4U << 20U, '[')), "no state: a list where none belongs");
   expectTrouble(scratch.write("recording", start), "no state: member \"varo-state\" is missing");
   std::string const binary = scratch.write("binary", std::string("\x7f"
