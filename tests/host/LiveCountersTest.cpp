@@ -25,28 +25,15 @@ namespace {
 using nlohmann::json;
 using VaroHost::CounterMemory;
 
-class LiveCounters : public testing::Test {
+class LiveCounters : public VethTest {
  protected:
   void SetUp() override {
-    if (std::string const reason = NetworkNamespace::enter(); !reason.empty()) {
-      if (NetworkNamespace::isRequired()) {
-        FAIL() << reason;
-      }
-      GTEST_SKIP() << reason;
-    }
     // One object is a name less than the prefix: both are removed at the end.
     prefix_ = objects_.name("live");
     objects_.name("live.intf");
     objects_.name("live.queue");
-    ip("link add name a0 numtxqueues 4 type veth peer name a1 numtxqueues 1");
-    ip("link set a0 up");
-    ip("link set a1 up");
-    // Before that, frames are dropped.
-    ASSERT_TRUE(NetworkNamespace::becomesOperationally("a0", "UP"));
-    ASSERT_TRUE(NetworkNamespace::becomesOperationally("a1", "UP"));
+    enterWithPair(" numtxqueues 4", " numtxqueues 1");
   }
-
-  static void ip(std::string const& arguments) { NetworkNamespace::ip(arguments); }
 
   /// All blocks that a second process sees.
   std::map<std::string, std::uint64_t> blocks() const {

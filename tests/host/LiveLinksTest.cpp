@@ -59,6 +59,19 @@ class Bench : public LiveLinks::Events, public LinkSwitch {
   LiveLinks links{device, this, *this};
 };
 
+/// Link a is up.
+struct UpA : Bench {
+  UpA() {
+    link(1, "a", true);
+    links.onSynchronized();
+  }
+};
+
+/// Link a was up when an entry came.
+struct ErrdisabledA : UpA {
+  ErrdisabledA() { errdisable({{"a", "udld"}}); }
+};
+
 }  // namespace
 
 TEST(LiveLinks, FlagsAndOperationalStateBecomeConfigurationAndStatus) {
@@ -92,9 +105,7 @@ TEST(LiveLinks, AMessageWithoutOperationalStateKeepsTheOneKnown) {
 }
 
 TEST(LiveLinks, ARenamedLinkIsAnotherInterface) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
+  UpA bench;
   bench.take();
   bench.link(1, "b", true);
   EXPECT_EQ(bench.take(), (Strings{"a: renamed to b", "b=1"}));
@@ -135,9 +146,7 @@ TEST(LiveLinks, AnUnknownLinkThatGoesIsNothing) {
 }
 
 TEST(LiveLinks, AnErrdisabledLinkIsSetDownAndUpAgain) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
+  UpA bench;
   bench.take();
   bench.errdisable({{"a", "udld"}});
   EXPECT_EQ(bench.take(), (Strings{"a=2,udld", "down 1", "a: set down (udld)"}));
@@ -180,10 +189,7 @@ TEST(LiveLinks, AnInactiveLinkIsSetDownWhenItBecomesActive) {
 }
 
 TEST(LiveLinks, SetUpBySomebodyElseItIsSetDownAgainAndSaid) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
-  bench.errdisable({{"a", "udld"}});
+  ErrdisabledA bench;
   bench.link(1, "a", false);
   bench.take();
   bench.link(1, "a", true);
@@ -193,10 +199,7 @@ TEST(LiveLinks, SetUpBySomebodyElseItIsSetDownAgainAndSaid) {
 }
 
 TEST(LiveLinks, OldNewsAheadOfTheEchoIsNobodysAct) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
-  bench.errdisable({{"a", "udld"}});
+  ErrdisabledA bench;
   bench.take();
   // Queued by the kernel before it carried out our act.
   bench.link(1, "a", true);
@@ -207,9 +210,7 @@ TEST(LiveLinks, OldNewsAheadOfTheEchoIsNobodysAct) {
 }
 
 TEST(LiveLinks, EchoesOfQuickFlapsAreTakenInOrder) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
+  UpA bench;
   bench.errdisable({{"a", "x"}});
   bench.errdisable({});
   bench.take();
@@ -222,10 +223,7 @@ TEST(LiveLinks, EchoesOfQuickFlapsAreTakenInOrder) {
 }
 
 TEST(LiveLinks, AfterAnOverrunWhatIsToldCounts) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
-  bench.errdisable({{"a", "udld"}});
+  ErrdisabledA bench;
   bench.take();
   bench.links.onOverrun();
   bench.link(1, "a", true);
@@ -233,10 +231,7 @@ TEST(LiveLinks, AfterAnOverrunWhatIsToldCounts) {
 }
 
 TEST(LiveLinks, ARefusalWhileHeldIsSaidOnceAndNothingIsClaimed) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
-  bench.errdisable({{"a", "udld"}});
+  ErrdisabledA bench;
   bench.link(1, "a", false);
   bench.take();
   bench.refusal = "Operation not permitted";
@@ -251,10 +246,7 @@ TEST(LiveLinks, ARefusalWhileHeldIsSaidOnceAndNothingIsClaimed) {
 }
 
 TEST(LiveLinks, AfterAnOverrunOldFactsAreJudgedNoMore) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
-  bench.errdisable({{"a", "udld"}});
+  ErrdisabledA bench;
   bench.take();
   // The echo of the act is lost: by the old facts the link is up.
   bench.links.onOverrun();
@@ -281,10 +273,7 @@ TEST(LiveLinks, AnEntryThatComesDuringAnOverrunIsCarriedOutWhenTheLinkIsTold) {
 }
 
 TEST(LiveLinks, AnOverrunAfterTheReleaseIsWaitedForWithAllItsLinks) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
-  bench.errdisable({{"a", "udld"}});
+  ErrdisabledA bench;
   bench.link(1, "a", false);
   bench.links.releaseAll();
   bench.links.onOverrun();
@@ -297,10 +286,7 @@ TEST(LiveLinks, AnOverrunAfterTheReleaseIsWaitedForWithAllItsLinks) {
 }
 
 TEST(LiveLinks, WhatIsReleasedDuringAnOverrunIsWaitedForWhateverTheOldFactsWere) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
-  bench.errdisable({{"a", "udld"}});
+  ErrdisabledA bench;
   bench.links.onOverrun();
   bench.links.releaseAll();
   // Told as it was before the release, and then the echo.
@@ -312,10 +298,7 @@ TEST(LiveLinks, WhatIsReleasedDuringAnOverrunIsWaitedForWhateverTheOldFactsWere)
 }
 
 TEST(LiveLinks, AHeldLinkThatIsRenamedIsReleased) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
-  bench.errdisable({{"a", "udld"}});
+  ErrdisabledA bench;
   bench.link(1, "a", false);
   bench.take();
   bench.link(1, "b", false);
@@ -323,10 +306,7 @@ TEST(LiveLinks, AHeldLinkThatIsRenamedIsReleased) {
 }
 
 TEST(LiveLinks, AHeldLinkThatGoesIsForgotten) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
-  bench.errdisable({{"a", "udld"}});
+  ErrdisabledA bench;
   bench.link(1, "a", false);
   bench.take();
   bench.links.onLinkGone(1);
@@ -349,9 +329,7 @@ TEST(LiveLinks, ReleaseAllSetsUpWhatIsHeldAndNothingElse) {
 }
 
 TEST(LiveLinks, WhatIsReleasedIsLeftAloneThoughItsEntryStands) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
+  UpA bench;
   EXPECT_FALSE(bench.links.awaitsNews());
   bench.errdisable({{"a", "udld"}});
   bench.link(1, "a", false);
@@ -365,9 +343,7 @@ TEST(LiveLinks, WhatIsReleasedIsLeftAloneThoughItsEntryStands) {
 }
 
 TEST(LiveLinks, ARefusalOfTheKernelIsSaidOnceAndTriedAgain) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
+  UpA bench;
   bench.take();
   bench.refusal = "Operation not permitted";
   bench.errdisable({{"a", "udld"}});
@@ -380,10 +356,7 @@ TEST(LiveLinks, ARefusalOfTheKernelIsSaidOnceAndTriedAgain) {
 }
 
 TEST(LiveLinks, AnActThatChangesNothingHasNoEcho) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
-  bench.errdisable({{"a", "udld"}});
+  ErrdisabledA bench;
   bench.link(1, "a", false);
   bench.refusal = "lower layer is down";
   bench.errdisable({});
@@ -396,9 +369,7 @@ TEST(LiveLinks, AnActThatChangesNothingHasNoEcho) {
 }
 
 TEST(LiveLinks, AnotherReasonIsToldAndChangesNothingElse) {
-  Bench bench;
-  bench.link(1, "a", true);
-  bench.links.onSynchronized();
+  UpA bench;
   bench.errdisable({{"a", "x"}, {"nobody", "x"}});
   bench.take();
   bench.errdisable({{"a", "y"}, {"nobody", "z"}});

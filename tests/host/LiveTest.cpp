@@ -18,24 +18,9 @@
 
 namespace {
 
-class Live : public testing::Test {
+class Live : public VethTest {
  protected:
-  void SetUp() override {
-    if (std::string const reason = NetworkNamespace::enter(); !reason.empty()) {
-      if (NetworkNamespace::isRequired()) {
-        FAIL() << reason;
-      }
-      GTEST_SKIP() << reason;
-    }
-    ip("link add name a0 type veth peer name a1");
-    ip("link set a0 up");
-    ip("link set a1 up");
-    // The kernel settles operational states a moment later.
-    ASSERT_TRUE(NetworkNamespace::becomesOperationally("a0", "UP"));
-    ASSERT_TRUE(NetworkNamespace::becomesOperationally("a1", "UP"));
-  }
-
-  static void ip(std::string const& arguments) { NetworkNamespace::ip(arguments); }
+  void SetUp() override { enterWithPair(); }
 
   /// Waits until the kernel shows the link up or down.
   static bool becomes(std::string const& name, bool up) {

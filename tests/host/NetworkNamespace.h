@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sched.h>
 #include <unistd.h>
@@ -94,4 +95,26 @@ class NetworkNamespace {
     }
     return "";
   }
+};
+
+/// A test in a namespace of its own with the pair of links a0 - a1, both up. Where that is not permitted the test is
+/// skipped, under CI=true it fails.
+class VethTest : public testing::Test {
+ protected:
+  void enterWithPair(std::string const& linkOptions = "", std::string const& peerOptions = "") {
+    if (std::string const reason = NetworkNamespace::enter(); !reason.empty()) {
+      if (NetworkNamespace::isRequired()) {
+        FAIL() << reason;
+      }
+      GTEST_SKIP() << reason;
+    }
+    ip("link add name a0" + linkOptions + " type veth peer name a1" + peerOptions);
+    ip("link set a0 up");
+    ip("link set a1 up");
+    // The kernel settles operational states a moment later; before that, frames are dropped.
+    ASSERT_TRUE(NetworkNamespace::becomesOperationally("a0", "UP"));
+    ASSERT_TRUE(NetworkNamespace::becomesOperationally("a1", "UP"));
+  }
+
+  static void ip(std::string const& arguments) { NetworkNamespace::ip(arguments); }
 };
