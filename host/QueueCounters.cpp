@@ -78,7 +78,7 @@ void QueueCounters::countersDel(Slice& slice, Orvet::IntfId const& intfId) {
 }
 
 bool QueueCounters::hasBlocks(Orvet::IntfId const& intfId, Zon::Name const& counter) const {
-  Zon::String8 const intf = intfId.stringValue();
+  Zon::String8 const& intf = intfId.stringValue();
   return interfaceBlocks_->counterBlock(Zon::format("%s-%s", intf, counter)) &&
          queueBlocks_->counterBlock(Zon::format("%s-%hhu-%s", intf, lastQueue, counter));
 }
