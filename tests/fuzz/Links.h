@@ -45,6 +45,8 @@ class Links final : public VaroHost::LiveLinks::Events, public VaroHost::LinkSwi
   void note(std::string const& text) override { shown(text); }
   void enforced(std::string const& text) override { shown(text); }
   void failed(std::string const& text) override { shown(text); }
+  void interfaceIs(std::string const&, VaroHost::LinkFacts const&) override {}
+  void interfaceDel(VaroHost::LinkFacts const&) override {}
   void synchronized() override {}
 
   /// Obeys, or refuses every third act.
