@@ -69,8 +69,7 @@ std::optional<std::string> LiveCounters::linkIs(int index, std::string const& na
   bool isComplete = true;
   for (std::size_t at = 0; at < counterCount; ++at) {
     link.values[at] = dataOf(counters_.interfaceBlocks()->counterBlock(fmt::format("{}-{}", name, table[at].name)));
-    auto const lastQueue = fmt::format("{}-{}-{}", name, queueCount - 1, table[at].name);
-    isComplete = isComplete && link.values[at] != nullptr && counters_.queueBlocks()->counterBlock(lastQueue);
+    isComplete = isComplete && counters_.hasBlocks(name, table[at].name);
   }
   if (!isComplete) {
     return fmt::format("{}: some of its counters have no blocks: the shared memory is exhausted", printable(name));
@@ -112,7 +111,7 @@ void LiveCounters::onQueueCounted(int index, unsigned queue, LinkStatistics::Que
     }
     queue = 0;
   }
-  if (queue >= queueCount) {
+  if (queue >= QueueCounters::queues) {
     return;
   }
   auto const [at, isNew] = link.queueValues.try_emplace(queue);

@@ -44,7 +44,6 @@ class LiveCounters final : private LinkStatistics::Listener {
 
  private:
   static constexpr std::size_t counterCount = 9;
-  static constexpr unsigned queueCount = 18;
 
   using Values = std::array<std::byte*, counterCount>;
 

@@ -7,8 +7,6 @@ namespace VaroHost {
 namespace {
 
 constexpr char reactorAttribute[] = "allIntfQueueCounterReactor";
-/// The last of an interface's queues, whose block is the last to be made.
-constexpr unsigned lastQueue = 17;
 
 }  // namespace
 
@@ -79,8 +77,9 @@ void QueueCounters::countersDel(Slice& slice, Orvet::IntfId const& intfId) {
 
 bool QueueCounters::hasBlocks(Orvet::IntfId const& intfId, Zon::Name const& counter) const {
   Zon::String8 const& intf = intfId.stringValue();
+  // The last queue's block is the last to be made.
   return interfaceBlocks_->counterBlock(Zon::format("%s-%s", intf, counter)) &&
-         queueBlocks_->counterBlock(Zon::format("%s-%hhu-%s", intf, lastQueue, counter));
+         queueBlocks_->counterBlock(Zon::format("%s-%hhu-%s", intf, queues - 1, counter));
 }
 
 /// The slice that withdrew an interface took it out of the output, whosever it was there.

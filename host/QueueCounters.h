@@ -36,6 +36,9 @@ class QueueCounters {
   using Slice = Interface::AllIntfQueueCounterDir;
   using Counters = Interface::IntfQueueCounterDir;
 
+  /// Queues of an interface, each of which has a block of every counter.
+  static constexpr unsigned queues = 18;
+
   /// Errors: range exception when named memory cannot be had.
   explicit QueueCounters(CounterMemory memory);
   QueueCounters(QueueCounters const&) = delete;
