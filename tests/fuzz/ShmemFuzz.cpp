@@ -1,4 +1,4 @@
-// A shared-memory object of any bytes: attached to, walked, looked up in, written over and added to.
+// A shared-memory object of any bytes: opened, attached to, walked, looked up in, written over and added to.
 //
 // An input is the number of bytes of the object (two bytes, high one first), these bytes, and steps: a byte that chooses,
 // then what it needs.
@@ -93,14 +93,27 @@ void make(Ptr<ShmemMan> const& manager, String8 const& name) {
   }
 }
 
-Ptr<ShmemMan> attach(Object const& object) {
+template <class Open>
+Ptr<ShmemMan> opened(Object const& object, Open const& open) {
   std::string const before = object.bytes(object.size());
   try {
-    return ShmemMan::attach(Object::name());
+    return open();
   } catch (Zon::RangeException const&) {
     require(object.bytes(object.size()) == before, "a refused object is left alone");
     return nullptr;
   }
+}
+
+Ptr<ShmemMan> attach(Object const& object) {
+  return opened(object, [] { return ShmemMan::attach(Object::name()); });
+}
+
+/// As its maker, who gives an empty object its header.
+Ptr<ShmemMan> open(Object const& object, std::uint64_t capacity) {
+  bool const isNew = object.size() == 0;
+  auto const manager = opened(object, [&] { return Zon::newPtr<ShmemMan>(Object::name(), capacity); });
+  require(!isNew || !manager || manager->counterBlocks() == 0, "a new object has no blocks");
+  return manager;
 }
 
 }  // namespace
@@ -110,17 +123,21 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   std::size_t const high = input.byte();
   Object const object(input.bytes(high << 8U | input.byte()));
   Ptr<ShmemMan> manager = attach(object);
-  while (manager && !input.atEnd()) {
-    switch (input.choice(6)) {
+  while (!input.atEnd()) {
+    switch (input.choice(7)) {
     case 0:
-      walk(manager);
+      if (manager) walk(manager);
       break;
-    case 1:
-      manager->counterBlock(String8(input.bytes(input.byte())));
+    case 1: {
+      String8 const name(input.bytes(input.byte()));
+      if (manager) manager->counterBlock(name);
       break;
-    case 2:
-      make(manager, String8(input.bytes(input.byte())));
+    }
+    case 2: {
+      String8 const name(input.bytes(input.byte()));
+      if (manager) make(manager, name);
       break;
+    }
     case 3: {
       // Another process writes where it should not.
       std::size_t const offset = std::size_t{input.byte()} * 16;
@@ -133,9 +150,13 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         make(other, String8(input.bytes(input.byte())));
       }
       break;
-    default:
+    case 5:
       manager = nullptr;
       manager = attach(object);
+      break;
+    default:
+      manager = nullptr;
+      manager = open(object, std::uint64_t{input.byte()} * 64);
     }
   }
   if (manager) walk(manager);
