@@ -177,6 +177,7 @@ void World::addSlice(char const* slice, std::vector<char const*> const& intfs, s
 
 void World::removeSlice(char const* slice) {
   slices_->entityPtrDel(slice);
+  filed_.at(indexOf(slice)) = nullptr;
   settle();
 }
 

@@ -110,7 +110,7 @@ class World {
   Zon::Ptr<Zon::Dir> const& slices() const { return slices_; }
   Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const& counters() const { return counters_; }
   Zon::Ptr<Interface::AllIntfQueueCounterDir> slice(char const* slice) const;
-  /// The slice that was filed under that name last, there or not; null when there never was one.
+  /// The slice that was filed under that name, null when it was removed.
   Zon::Ptr<Interface::AllIntfQueueCounterDir> const& filed(std::string_view slice) const;
   /// The producers' halves of the aggregate directory.
   Zon::Ptr<Interface::AllIntfConfigDir> produced() const { return agent_->allIntfDir()->config(); }
@@ -130,7 +130,7 @@ class World {
   Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const counters_;
   Zon::Ptr<VaroIntf::Agent> agent_;
   Zon::Ptr<VaroErrdisable::Root> root_;
-  /// The slices that were filed last, by name: they stay known, with their blocks, after they left.
+  /// The slices that were filed, by name.
   std::array<Zon::Ptr<Interface::AllIntfQueueCounterDir>, sliceNames.size()> filed_;
 };
 
