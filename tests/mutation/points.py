@@ -354,7 +354,9 @@ class Finder:
             return
         if any(c.kind == CursorKind.CXX_THROW_EXPR for c in cursor.get_children()):
             return
-        self.add(start, end, "drop", text, "", lambda r, n: f"({SELECTED}({n}) ? void() : void({r(start, end)}))")
+        # No conditional operator of type void: clang++ 14 fails on one whose operands do nothing.
+        self.add(start, end, "drop", text, "",
+                 lambda r, n: f"void({SELECTED}({n}) || (void({r(start, end)}), true))")
 
     def is_statement(self, cursor):
         return (self.here(cursor) and cursor.kind.is_expression() and
