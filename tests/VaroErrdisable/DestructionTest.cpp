@@ -91,6 +91,19 @@ TEST(Destruction, TheInputsOfTheMachineOfAllAreSilentBeforeItsMembersGo) {
   EXPECT_EQ(inputs.events.take(), "~config");
 }
 
+TEST(Destruction, TheInputsOfAnInterfacesMachineAreSilentBeforeTheyGo) {
+  ErrdisableInputs inputs;
+  auto const config = inputs.newConfig("Ethernet1");
+  auto machine = inputs.newMachine(nullptr, config);
+  auto status = Zon::newPtr<MournedStatus>(inputs.events, "status", "Ethernet1");
+  // The input that held the status goes first; the configuration's must not hear any more what happens then.
+  status->lastWill = [&] { config->adminEnabledStateLocalIs(IntfEnabledState::disabled); };
+  machine->intfStatusIs(status);
+  status = nullptr;
+  machine = nullptr;
+  EXPECT_EQ(inputs.events.take(), "~status");
+}
+
 TEST(Destruction, AWatcherThatDropsTheMachineInsideADeliverySparesItTheChange) {
   ErrdisableInputs inputs;
   auto const config = inputs.newConfig("Ethernet1");

@@ -177,6 +177,16 @@ TEST_F(TraceLinesTest, ASinkThatThrowsChangesNoDecision) {
   EXPECT_EQ(events.take(), "Ethernet1.state=disabled Ethernet1.reason='admin'");
 }
 
+TEST_F(TraceLinesTest, WhatASinkChangesBeforeTheNewMachineIsOnDoesNotWaitForIt) {
+  auto const activity = deferring();
+  TraceLines lines("Errdisable", {8});
+  Zon::traceSinkIs([&](Zon::TraceRecord const&) { config->adminEnabledStateLocalIs(disabled); });
+  auto const other = newMachine(activity, config);
+  EXPECT_EQ(activity->zonPending(), 0U);
+  config->adminEnabledStateLocalIs(enabled);
+  EXPECT_EQ(activity->zonPending(), 1U);
+}
+
 TEST_F(TraceLinesTest, ASinkMayDropTheMachineThatSpeaks) {
   for (auto const speak : {&IntfSM::handleStateChange, &IntfSM::handleInitialized}) {
     auto dropped = newMachine(nullptr, config);
