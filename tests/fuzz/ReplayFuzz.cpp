@@ -6,7 +6,10 @@
 #include "Links.h"
 #include "MemoryFile.h"
 #include "host/ChangeReader.h"
+#include "host/DeviceState.h"
 #include "host/LineReader.h"
+#include "host/Output.h"
+#include "host/StateFile.h"
 
 using Fuzz::require;
 using VaroHost::Change;
@@ -25,13 +28,24 @@ void checkChange(Change const& change, std::string_view line) {
     require(column <= line.size(), "members stand in their line");
 }
 
+std::string stateOf(VaroHost::Device const& device) {
+  Fuzz::MemoryFile const file;
+  {
+    VaroHost::Output out(file.descriptor());
+    VaroHost::DeviceState(device).print(out);
+  }
+  return file.bytes();
+}
+
 class Player {
  public:
   void play(std::string_view line) {
     if (VaroHost::ChangeReader::isBlank(line)) return;
+    std::string before;
     try {
       Change const& change = reader_.read(line);
       checkChange(change, line);
+      before = stateOf(device_);
       device_.apply(change);
       follower_.flush(
           [](auto const& transition) { require(transition.before != transition.after, "a change changes"); });
@@ -40,10 +54,13 @@ class Player {
       require(VaroHost::findInvalidUtf8(error.what()) == std::string::npos, "the fault can be shown");
     } catch (VaroHost::ChangeError const& error) {
       require(VaroHost::findInvalidUtf8(error.what()) == std::string::npos, "the reason can be shown");
-      follower_.flush([](auto const&) { require(false, "what was refused changed nothing"); });
+      require(stateOf(device_) == before, "what was refused changed nothing");
+      follower_.flush([](auto const&) { require(false, "nor was it told"); });
     }
     Fuzz::checkStates(device_);
   }
+
+  void finish() const { VaroHost::StateFile::parse(stateOf(device_), "what was reached is a state"); }
 
  private:
   VaroHost::ChangeReader reader_;
@@ -60,17 +77,18 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   if (size % 16 != 0) {
     while (!input.atEnd())
       player.play(input.until('\n'));
-    return 0;
+  } else {
+    std::string_view const text = input.rest();
+    Fuzz::MemoryFile const file(text);
+    LineReader lines(file.descriptor());
+    for (auto result = lines.next(); result != LineReader::Result::end; result = lines.next()) {
+      if (result == LineReader::Result::again) continue;
+      require(result == LineReader::Result::line, "short lines are read");
+      require(lines.line() == input.until('\n'), "lines are what stands between newlines");
+      player.play(lines.line());
+    }
+    require(input.atEnd() && lines.offset() == text.size(), "nothing is left out");
   }
-  std::string_view const text = input.rest();
-  Fuzz::MemoryFile const file(text);
-  LineReader lines(file.descriptor());
-  for (auto result = lines.next(); result != LineReader::Result::end; result = lines.next()) {
-    if (result == LineReader::Result::again) continue;
-    require(result == LineReader::Result::line, "short lines are read");
-    require(lines.line() == input.until('\n'), "lines are what stands between newlines");
-    player.play(lines.line());
-  }
-  require(input.atEnd() && lines.offset() == text.size(), "nothing is left out");
+  player.finish();
   return 0;
 }
