@@ -3,8 +3,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <random>
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -44,6 +46,12 @@ std::string resolved(std::string const& file) {
   throw Trouble(printable(file), ELOOP);
 }
 
+/// Of files that wait for their name, in the directory of the target.
+std::string temporaryPrefix(std::string const& target) { return directoryOf(target) + ".varo-host-"; }
+
+/// Where a file is found that has no name. Not there without the file system of processes.
+constexpr char ownDescriptors[] = "/proc/self/fd/";
+
 /// As far as it may be done: who is not root gives no file away.
 bool give(int descriptor, uid_t owner, gid_t group) {
   constexpr auto same = static_cast<uid_t>(-1);
@@ -73,26 +81,63 @@ AtomicFile::AtomicFile(std::string const& file) : name_(file), target_(resolved(
   if (isThere && !S_ISREG(facts.st_mode)) {
     throw Trouble(printable(name_) + ": not a regular file");
   }
-  std::string path = directoryOf(target_) + ".varo-host-XXXXXX";
-  descriptor_.number = ::mkostemp(path.data(), O_CLOEXEC);
-  if (descriptor_.number < 0) {
+  if (!open()) {
     fail(errno);
   }
-  temporary_ = path;
   output_ = std::make_unique<Output>(descriptor_.number);
   mode_t const mode = isThere ? facts.st_mode & 0777U : defaultPermissions();
   // The owner first: another one takes bits away.
   if ((isThere && !give(descriptor_.number, facts.st_uid, facts.st_gid)) || ::fchmod(descriptor_.number, mode) != 0) {
     int const error = errno;
-    ::unlink(temporary_.c_str());
+    removeTemporary();
     fail(error);
   }
 }
 
-AtomicFile::~AtomicFile() {
+AtomicFile::~AtomicFile() { removeTemporary(); }
+
+void AtomicFile::removeTemporary() const noexcept {
   if (!temporary_.empty()) {
     ::unlink(temporary_.c_str());
   }
+}
+
+bool AtomicFile::open() {
+  if (::access(ownDescriptors, X_OK) == 0) {
+    std::string const directory = directoryOf(target_);
+    descriptor_.number = ::open(directory.empty() ? "." : directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    // Not every file system knows that; one that does not takes it for an attempt to write a directory.
+    if (descriptor_.number >= 0 || (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL)) {
+      return descriptor_.number >= 0;
+    }
+  }
+  std::string path = temporaryPrefix(target_) + "XXXXXX";
+  descriptor_.number = ::mkostemp(path.data(), O_CLOEXEC);
+  if (descriptor_.number >= 0) {
+    temporary_ = path;
+  }
+  return descriptor_.number >= 0;
+}
+
+bool AtomicFile::giveName() {
+  if (!temporary_.empty()) {
+    return true;
+  }
+  std::string const self = ownDescriptors + std::to_string(descriptor_.number);
+  // The target's name may be taken, and then only a rename replaces it: a name first that nobody has.
+  std::random_device random;
+  constexpr int attempts = 100;
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    std::string path = fmt::format("{}{:08x}", temporaryPrefix(target_), random());
+    if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+      temporary_ = path;
+      return true;
+    }
+    if (errno != EEXIST) {
+      return false;
+    }
+  }
+  return false;
 }
 
 void AtomicFile::commit() {
@@ -100,7 +145,7 @@ void AtomicFile::commit() {
   if (output_->error() != 0) {
     fail(output_->error());
   }
-  if (::fsync(descriptor_.number) != 0 || std::rename(temporary_.c_str(), target_.c_str()) != 0) {
+  if (::fsync(descriptor_.number) != 0 || !giveName() || std::rename(temporary_.c_str(), target_.c_str()) != 0) {
     fail(errno);
   }
   temporary_.clear();

@@ -204,7 +204,7 @@ class ChangeReader::Members {
   bool parse_error(std::size_t position, std::string const&, nlohmann::detail::exception const& error) {
     // Of a number beyond all doubles the library tells no place.
     bool const isPlaced = dynamic_cast<nlohmann::json::parse_error const*>(&error) != nullptr;
-    fail(isPlaced ? std::max<std::size_t>(position, 1) : startColumn(), excerpt(jsonFault(error), 160));
+    fail(isPlaced ? std::max<std::size_t>(position, 1) : startColumn(), jsonFault(error));
   }
 
  private:

@@ -116,6 +116,7 @@ void CounterList::readObjects() {
 void CounterList::select() {
   using Match = NamePattern::Match;
   shown_.clear();
+  doubts_.clear();
   // What each name means, now that all names are known: the exact ones, or else what begins with it.
   std::vector<Match> best(wanted_.size(), Match::none);
   bool asksForBlocks = false;
@@ -141,9 +142,10 @@ void CounterList::select() {
   for (auto& [name, object] : objects_) {
     bool const isWhole = isWanted(name);
     object.select([&](std::string_view block) { return isWhole || (scope_ == Scope::all && isWanted(block)); });
-    // What cannot be read may hold the blocks that were asked for.
-    if (isWhole || !object.rows().empty() || (!object.fault().empty() && asksForBlocks)) {
+    if (isWhole || !object.rows().empty()) {
       shown_.push_back(&object);
+    } else if (!object.fault().empty() && asksForBlocks) {
+      doubts_.push_back(&object);
     }
   }
 }

@@ -8,7 +8,8 @@
 ///   B  Without a name everything is shown. A name shows the managers and blocks of exactly that name; when there are
 ///      none, those whose name begins with it; a shell pattern shows those whose whole name matches. Of a shown manager
 ///      all blocks are shown.
-///   C  Objects are made, damaged, truncated and removed by others at any time: `refresh` shows what holds now.
+///   C  What cannot be read may hold blocks that a name means: until the name has shown something, that is a `doubt`.
+///   D  Objects are made, damaged, truncated and removed by others at any time: `refresh` shows what holds now.
 ///
 /// Use
 ///
@@ -36,8 +37,10 @@ class CounterList {
   /// Reads everything again. Errors: `Trouble` when there is no shared memory at all.
   void refresh();
 
-  /// In natural order; also those that cannot be read while they may hold what was asked for.
+  /// In natural order; also those that cannot be read, if a name means them.
   std::vector<CounterObject const*> const& shown() const noexcept { return shown_; }
+  /// Other objects that cannot be read, while they may hold what was asked for.
+  std::vector<CounterObject const*> const& doubts() const noexcept { return doubts_; }
   /// Each name that has never shown anything, with the reason.
   std::vector<std::string> unmatched() const;
   /// Whether the object that was read under that name is still there under it.
@@ -56,6 +59,7 @@ class CounterList {
   std::string const directory_;
   std::map<std::string, CounterObject, NaturalOrder> objects_;
   std::vector<CounterObject const*> shown_;
+  std::vector<CounterObject const*> doubts_;
   std::vector<bool> isMatched_;  // by number in `wanted_`
   bool isChoiceStale_ = true;
 };

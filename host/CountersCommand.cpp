@@ -19,6 +19,10 @@ namespace {
 
 std::vector<NamePattern> patternsOf(std::vector<std::string> const& names) { return {names.begin(), names.end()}; }
 
+std::string faultOf(CounterObject const& object) {
+  return fmt::format("{}: {}", printable(object.name()), object.fault());
+}
+
 }  // namespace
 
 CountersCommand::CountersCommand(CountersOptions options, Output& out)
@@ -38,7 +42,7 @@ int CountersCommand::run() {
     bool const isDone = CounterRemoval(list_, out_).run(options_.isConfirmed);
     return isDone && list_.unmatched().empty() ? ExitStatus::fine : ExitStatus::someFailed;
   }
-  complainAnew(complaints());
+  complainAnew(remarks());
   if (options_.isJson) {
     CounterJson(out_).print(list_);
   } else {
@@ -77,7 +81,7 @@ void CountersCommand::step() {
   }
   out_.flush();
   if (!isRedrawing_) {
-    complainAnew(complaints());
+    complainAnew(remarks());
   }
   for (CounterObject const* const object : list_.shown()) {
     hasFailed_ = hasFailed_ || !object->fault().empty();
@@ -144,7 +148,7 @@ void CountersCommand::showChanges(ClockTime now) {
 /// The table in the place of the one before, what came or went last, and what is wrong.
 void CountersCommand::redraw(ClockTime now) {
   Output::Size const size = out_.screenSize();
-  std::vector<std::string> notes = complaints();
+  std::vector<std::string> notes = remarks();
   notes.insert(notes.begin(), now.text() + lastNews_);
   out_.write("\x1b[H\x1b[J");
   CounterTable(list_).print(out_, {size.lines - std::min(size.lines, notes.size() + 1), size.columns});
@@ -153,13 +157,22 @@ void CountersCommand::redraw(ClockTime now) {
   }
 }
 
-/// What cannot be shown.
+/// What was asked for and cannot be shown.
 std::vector<std::string> CountersCommand::complaints() const {
   std::vector<std::string> all = list_.unmatched();
   for (CounterObject const* const object : list_.shown()) {
     if (!object->fault().empty()) {
-      all.push_back(fmt::format("{}: {}", printable(object->name()), object->fault()));
+      all.push_back(faultOf(*object));
     }
+  }
+  return all;
+}
+
+/// That, and what cannot be read while it may hold more of what was asked for.
+std::vector<std::string> CountersCommand::remarks() const {
+  std::vector<std::string> all = complaints();
+  for (CounterObject const* const object : list_.doubts()) {
+    all.push_back(faultOf(*object) + "; what it holds is not known");
   }
   return all;
 }

@@ -5,7 +5,8 @@
 ///
 /// Guarantees
 ///   A  Objects are read only, by whatever is there at the moment: no maker can stop or end this command.
-///   B  An object that cannot be read is an error by name, once; the others are shown.
+///   B  An object that cannot be read is an error by name, once; the others are shown. If no name means it, but it may
+///      hold blocks that a name means, it is a note: the exit status does not tell.
 ///   C  While watching, what changed is shown at every interval: values, new blocks, new objects, vanished ones.
 ///
 /// Use
@@ -40,6 +41,7 @@ class CountersCommand {
   void showChanges(ClockTime now);
   void redraw(ClockTime now);
   std::vector<std::string> complaints() const;
+  std::vector<std::string> remarks() const;
   void complainAnew(std::vector<std::string> texts);
 
   CountersOptions const options_;

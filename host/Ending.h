@@ -5,6 +5,7 @@
 ///
 /// Guarantees
 ///   A  From construction on these signals do not end the process: they stop the loop.
+///   B  A terminal that is closed (SIGHUP) ends it too, unless that signal was ignored from the start, as under nohup.
 ///
 /// Use
 ///
@@ -17,6 +18,9 @@
 #include <asio/steady_timer.hpp>
 
 namespace VaroHost {
+
+/// Adds the signals that ask for the end.
+void addEndingSignals(asio::signal_set& signals);
 
 class Ending {
  public:

@@ -87,13 +87,15 @@ void FileWatch::follow() {
 void FileWatch::wait() {
   events_.async_wait(asio::posix::stream_descriptor::wait_read, [this](asio::error_code const& error) {
     if (!error) {
-      receive();
+      if (receive()) {
+        settle();
+      }
       wait();
     }
   });
 }
 
-void FileWatch::receive() {
+bool FileWatch::receive() {
   alignas(inotify_event) char buffer[16384];
   ssize_t length = 0;
   bool isOurs = false;
@@ -106,9 +108,7 @@ void FileWatch::receive() {
       isOurs = handle(event.wd, event.mask, name) || isOurs;
     }
   }
-  if (isOurs) {
-    settle();
-  }
+  return isOurs;
 }
 
 bool FileWatch::handle(int watch, std::uint32_t mask, std::string_view name) {
@@ -135,10 +135,15 @@ void FileWatch::settle() {
   since_ = since_.value_or(now);
   timer_.expires_at(std::min(now + quietTime, *since_ + longestDelay));
   timer_.async_wait([this](asio::error_code const& error) {
-    if (!error) {
-      since_.reset();
-      changed_(content_);
+    if (error) {
+      return;
     }
+    // More may have come with the end of the wait: whoever reads now must know of it.
+    if (receive() && Clock::now() < since_.value_or(Clock::time_point::min()) + longestDelay) {
+      return settle();
+    }
+    since_.reset();
+    changed_(content_);
   });
 }
 

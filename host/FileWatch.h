@@ -9,7 +9,8 @@
 ///      that changes all the time is told of too.
 ///   B  The file need not exist; its directory must, at the start. Every directory that decides what the path leads to is
 ///      watched (those of each component and of each symbolic link), and anew as soon as one of them changes.
-///   C  It is told whether the last who wrote has closed the file: if not, the content may be unfinished.
+///   C  It is told whether the last who wrote has closed the file, by all that is known at that moment: if not, the content
+///      may be unfinished.
 ///
 /// Use
 ///
@@ -51,7 +52,8 @@ class FileWatch {
   };
 
   void wait();
-  void receive();
+  /// Takes in what came; whether it concerns the file.
+  bool receive();
   /// Whether the event concerns the file.
   bool handle(int watch, std::uint32_t mask, std::string_view name);
   /// Watches the directories that matter now, and the file.

@@ -5,14 +5,13 @@
 ///
 /// Guarantees
 ///   A  `jsonText` is one line of valid UTF-8: bytes that are none become U+FFFD.
-///   B  `jsonFault` leaves out what only the library's own users can read: its name, its numbers, its place.
+///   B  `jsonFault` says in plain words what is wrong: nothing of the library's own terms, no place.
 ///
 /// Use
 ///
 ///     out.write(VaroHost::jsonText(json));
 
 #include <string>
-#include <string_view>
 
 #include <nlohmann/json.hpp>
 
@@ -20,7 +19,7 @@ namespace VaroHost {
 
 std::string jsonText(nlohmann::ordered_json const& json);
 
-/// What is wrong, a part of what the exception says.
-std::string_view jsonFault(nlohmann::json::exception const& error);
+/// What is wrong, printable.
+std::string jsonFault(nlohmann::json::exception const& error);
 
 }  // namespace VaroHost

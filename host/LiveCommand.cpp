@@ -1,19 +1,15 @@
 #include "host/LiveCommand.h"
 
-#include <cerrno>
 #include <utility>
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "Zon/Exception.h"
 #include "host/ClockTime.h"
 #include "host/Complaint.h"
+#include "host/ErrdisableFile.h"
 #include "host/ErrdisableList.h"
 #include "host/Text.h"
-#include "host/Trouble.h"
 
 namespace VaroHost {
 
@@ -21,8 +17,6 @@ namespace {
 
 /// How long the end waits for the kernel to tell of what was released.
 constexpr std::chrono::seconds echoPatience{2};
-
-constexpr off_t maxErrdisableBytes = 16 << 20;
 
 }  // namespace
 
@@ -186,45 +180,22 @@ void LiveCommand::failed(std::string const& text) {
 }
 
 std::optional<std::string> LiveCommand::readErrdisable() {
-  std::string const& file = options_.errdisableFile;
-  std::string const shown = printable(file);
-  auto const refuse = [&](std::string const& reason) {
-    failed(fmt::format("{}: {}; what it said before stays in force", shown, reason));
-    return std::nullopt;
-  };
-  // Nonblocking: a pipe in the file's place must not stop everything.
-  int const descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-  if (descriptor < 0) {
-    if (errno == ENOENT) {
-      complain("varo-host: {}: does not exist; no interface is error-disabled until it does\n", shown);
-      return "";
-    }
-    return refuse(Trouble("cannot open", errno).what());
+  using Result = ErrdisableFile::Result;
+  auto read = ErrdisableFile::read(options_.errdisableFile);
+  std::string const shown = printable(options_.errdisableFile);
+  switch (read.result) {
+  case Result::text:
+    return std::move(read.text);
+  case Result::absent:
+    complain("varo-host: {}: does not exist; no interface is error-disabled until it does\n", shown);
+    return "";
+  case Result::changing:
+    break;
+  case Result::refused:
+    failed(fmt::format("{}: {}; what it said before stays in force", shown, read.text));
+    break;
   }
-  struct stat facts {};
-  std::string text;
-  char const* fault = nullptr;
-  if (::fstat(descriptor, &facts) != 0 || !S_ISREG(facts.st_mode)) {
-    fault = "not a regular file";
-  } else if (facts.st_size > maxErrdisableBytes) {
-    fault = "larger than 16 MiB";
-  } else {
-    // The file may shrink or grow meanwhile; what comes after the size known now is left to the next reading.
-    text.resize(static_cast<std::size_t>(facts.st_size));
-    std::size_t done = 0;
-    ssize_t got = 1;
-    while (done < text.size() && got > 0) {
-      got = ::read(descriptor, text.data() + done, text.size() - done);
-      done += got > 0 ? static_cast<std::size_t>(got) : 0;
-    }
-    text.resize(done);
-    fault = got < 0 ? "cannot be read" : nullptr;
-  }
-  ::close(descriptor);
-  if (fault != nullptr) {
-    return refuse(fault);
-  }
-  return text;
+  return std::nullopt;
 }
 
 void LiveCommand::loadErrdisable(FileWatch::Content content) {

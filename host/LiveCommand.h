@@ -58,7 +58,8 @@ class LiveCommand final : private LiveLinks::Events {
   /// Counters that nobody else can read are no reason to fail.
   void countersFailed(std::string const& text);
   void loadErrdisable(FileWatch::Content content);
-  /// The file's content, empty when it does not exist, nothing when it cannot be read (which is reported).
+  /// The file's content, empty when it does not exist, nothing when it cannot be read (which is reported) or
+  /// is being written (of which the watch will tell).
   std::optional<std::string> readErrdisable();
   /// Lets the kernel tell of what was just released, so that the last table shows it.
   void awaitEchoes();

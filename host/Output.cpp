@@ -9,6 +9,8 @@
 
 namespace VaroHost {
 
+Output::Output(int descriptor) noexcept : descriptor_(descriptor), isTerminal_(::isatty(descriptor) != 0) {}
+
 void Output::write(std::string_view text) {
   buffer_ += text;
   flushWhenLarge();
@@ -31,8 +33,6 @@ void Output::flush() noexcept {
   buffer_.clear();
 }
 
-bool Output::isTerminal() const noexcept { return ::isatty(descriptor_) != 0; }
-
 bool Output::isScreen() const noexcept {
   char const* const terminal = std::getenv("TERM");
   bool const isDumb = terminal != nullptr && std::string_view(terminal) == "dumb";
@@ -45,6 +45,9 @@ Output::Size Output::screenSize() const noexcept {
   return isKnown ? Size{size.ws_row, size.ws_col} : Size{24, 80};
 }
 
-int Output::error() const noexcept { return error_ == EPIPE ? 0 : error_; }
+int Output::error() const noexcept {
+  bool const isReaderGone = error_ == EPIPE || (isTerminal_ && error_ == EIO);
+  return isReaderGone ? 0 : error_;
+}
 
 }  // namespace VaroHost

@@ -4,7 +4,8 @@
 /// Standard output as a command sees it: buffered, and calm when the reader has gone.
 ///
 /// Guarantees
-///   A  After the reader closed a pipe everything written is dropped; `ended()` tells, so that the command can stop.
+///   A  After the reader closed a pipe, or the terminal was closed, everything written is dropped; `ended()` tells, so
+///      that the command can stop.
 ///   B  Any other failure to write is kept in `error()`; nothing throws.
 ///
 /// Use
@@ -24,7 +25,7 @@ namespace VaroHost {
 
 class Output {
  public:
-  explicit Output(int descriptor) noexcept : descriptor_(descriptor) {}
+  explicit Output(int descriptor) noexcept;
   ~Output() { flush(); }
   Output(Output const&) = delete;
   Output& operator=(Output const&) = delete;
@@ -43,7 +44,7 @@ class Output {
     std::size_t columns;
   };
 
-  bool isTerminal() const noexcept;
+  bool isTerminal() const noexcept { return isTerminal_; }
   /// A terminal that understands more than lines.
   bool isScreen() const noexcept;
   /// The terminal's size; 24 by 80 where it is not known.
@@ -63,6 +64,8 @@ class Output {
   }
 
   int const descriptor_;
+  /// At the start: of a terminal that was closed it cannot be told any more.
+  bool const isTerminal_;
   int error_ = 0;
   std::string buffer_;
 };

@@ -7,7 +7,9 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -17,6 +19,7 @@
 #include <unistd.h>
 
 #include "Zon/Exception.h"
+#include "host/AtomicFile.h"
 #include "host/Complaint.h"
 #include "host/CountersCommand.h"
 #include "host/DiffCommand.h"
@@ -48,6 +51,11 @@ CLI::Validator seconds(double least) {
           ""};
 }
 
+/// A name or file that is given but empty would mean the same as none.
+CLI::Validator notEmpty() {
+  return {[](std::string const& text) { return text.empty() ? std::string("must not be empty") : std::string(); }, ""};
+}
+
 void addCommon(CLI::App& command, CommonOptions& options, std::string const& followed) {
   static std::map<std::string, Colour> const colours = {
       {"auto", Colour::automatic}, {"always", Colour::always}, {"never", Colour::never}};
@@ -65,12 +73,15 @@ void addCommon(CLI::App& command, CommonOptions& options, std::string const& fol
   command
       .add_option("--state", options.stateFile,
                   "At the end write the complete state, as JSON, into this file; - for standard output alone")
+      ->check(notEmpty())
       ->option_text("FILE");
   command
       .add_option("--counters", options.counterMemory,
                   "Keep counter blocks where other processes see them: in shared memory NAME.intf and NAME.queue")
+      ->check(notEmpty())
       ->option_text("NAME");
   command.add_option("--plugin", options.plugin, "Load this plug-in library instead of the program's own")
+      ->check(notEmpty())
       ->option_text("FILE");
 }
 
@@ -94,6 +105,7 @@ void addLive(CLI::App& command, LiveOptions& options) {
   command
       .add_option("--errdisable", options.errdisableFile,
                   "Error-disable what this file lists: interface, blank, reason a line; watched for changes")
+      ->check(notEmpty())
       ->option_text("FILE");
   auto* const enforce = command.add_flag("--enforce", options.isEnforcing,
                                          "Set error-disabled interfaces down, and up when they recover");
@@ -130,19 +142,28 @@ void addCounters(CLI::App& command, CountersOptions& options) {
   command.footer(footer);
 }
 
+/// Errors: `Trouble` when something was not written.
+void finish(Output& out) {
+  out.flush();
+  if (out.error() != 0) {
+    throw Trouble("standard output", out.error());
+  }
+}
+
 template <class Command, class Options>
 int runCommand(Options const& options) {
   std::optional<Plugin> plugin;
   if constexpr (std::derived_from<Options, CommonOptions>) {
+    // Better now than after hours of work.
+    if (!options.stateFile.empty() && !options.isStateOutput()) {
+      AtomicFile::check(options.stateFile);
+    }
     plugin.emplace(options.plugin);
     TraceSwitches::apply(options.traces);
   }
   Output out(STDOUT_FILENO);
   int const status = Command(options, out).run();
-  out.flush();
-  if (out.error() != 0) {
-    throw Trouble("standard output", out.error());
-  }
+  finish(out);
   return status;
 }
 
@@ -169,6 +190,11 @@ std::string explainMissingCommand(CLI::App const& app) {
   return text;
 }
 
+int refuse(std::string_view usage) {
+  complain("varo-host: {}\nRun with --help for more information.\n", usage);
+  return ExitStatus::trouble;
+}
+
 int runGuarded(std::function<int()> const& command) {
   try {
     return command();
@@ -176,6 +202,21 @@ int runGuarded(std::function<int()> const& command) {
     complain("varo-host: {}\n", error.what());
   }
   return ExitStatus::trouble;
+}
+
+/// Help and version, which the parser treats as errors too, or what is wrong with the command line.
+int answer(CLI::App const& app, CLI::ParseError const& error) {
+  if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
+    bool const isCommandMissing =
+        dynamic_cast<CLI::RequiredError const*>(&error) != nullptr && app.get_subcommands().empty();
+    return refuse(isCommandMissing ? explainMissingCommand(app) : printable(error.what()));
+  }
+  std::ostringstream text;
+  app.exit(error, text);
+  Output out(STDOUT_FILENO);
+  out.write(text.str());
+  finish(out);
+  return ExitStatus::fine;
 }
 
 }  // namespace
@@ -206,20 +247,17 @@ int Program::run(int argc, char const* const* argv) {
   try {
     app.parse(argc, argv);
   } catch (CLI::ParseError const& error) {
-    if (dynamic_cast<CLI::RequiredError const*>(&error) != nullptr && app.get_subcommands().empty()) {
-      complain("varo-host: {}\nRun with --help for more information.\n", explainMissingCommand(app));
-      return ExitStatus::trouble;
-    }
-    return app.exit(error) == 0 ? ExitStatus::fine : ExitStatus::trouble;
+    return runGuarded([&] { return answer(app, error); });
   }
   if (live.isEnforcing && !live.goesOn()) {
-    complain("varo-host: --enforce needs --follow or --duration: what is held is released at the end\n");
-    return ExitStatus::trouble;
+    return refuse("--enforce needs --follow or --duration: what is held is released at the end");
+  }
+  if (liveCommand->count("--interval") != 0 && !live.goesOn()) {
+    return refuse("--interval needs --follow or --duration: without them the statistics are taken once");
   }
   CommonOptions const& device = replayCommand->parsed() ? static_cast<CommonOptions const&>(replay) : live;
   if (device.isStateOutput() && (device.isFollowing || device.isJson)) {
-    complain("varo-host: --state - needs standard output for itself, without --follow and --json\n");
-    return ExitStatus::trouble;
+    return refuse("--state - needs standard output for itself, without --follow and --json");
   }
   return runGuarded([&] {
     if (replayCommand->parsed()) {

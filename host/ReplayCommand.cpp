@@ -11,6 +11,7 @@
 
 #include "Zon/Exception.h"
 #include "host/Complaint.h"
+#include "host/Ending.h"
 #include "host/Trouble.h"
 
 namespace VaroHost {
@@ -32,7 +33,7 @@ ReplayCommand::ReplayCommand(ReplayOptions options, Output& out)
     device_(options_.isFollowing ? &follower_ : nullptr, CounterMemory(options_.counterMemory)),
     report_(options_, out),
     progress_("replay", !options_.isFollowing && !options_.isPaced && options_.traces.empty()),
-    signals_(loop_, SIGINT, SIGTERM),
+    signals_(loop_),
     timer_(loop_),
     readable_(loop_) {
   if (!input_.isRegular()) {
@@ -52,12 +53,11 @@ ReplayCommand::~ReplayCommand() {
 }
 
 int ReplayCommand::run() {
+  addEndingSignals(signals_);
   signals_.async_wait([this](asio::error_code const& error, int) {
     if (!error) {
-      complain("{}:{}: interrupted\n", input_.name(), lines_.number());
-      status_ = ExitStatus::someFailed;
-      isInterrupted_ = true;
-      stop();
+      progress_.clear();
+      interrupted("interrupted");
     }
   });
   resume(false);
@@ -81,6 +81,22 @@ void ReplayCommand::stop() {
   loop_.stop();
 }
 
+/// Ends the replay before the recording has ended.
+void ReplayCommand::interrupted(std::string_view reason) {
+  complain("{}:{}: {}\n", input_.name(), lines_.number(), reason);
+  status_ = ExitStatus::someFailed;
+  isInterrupted_ = true;
+  stop();
+}
+
+void ReplayCommand::outputEnded() {
+  if (!options_.stateFile.empty() && out_.error() == 0) {
+    return interrupted("the reader of standard output has gone; no state is written");
+  }
+  isInterrupted_ = true;
+  stop();
+}
+
 void ReplayCommand::resume(bool mayRead) {
   asio::post(loop_, [this, mayRead] { step(mayRead); });
 }
@@ -96,7 +112,7 @@ void ReplayCommand::step(bool mayRead) {
       if (mustWait(*waiting_)) {
         out_.flush();
         if (out_.ended()) {
-          return stop();
+          return outputEnded();
         }
         timer_.async_wait(woken);
         return;
@@ -108,7 +124,7 @@ void ReplayCommand::step(bool mayRead) {
     if (readable_.is_open() && !mayRead && !lines_.hasLine()) {
       out_.flush();
       if (out_.ended()) {
-        return stop();
+        return outputEnded();
       }
       readable_.async_wait(asio::posix::stream_descriptor::wait_read, woken);
       return;
@@ -119,7 +135,7 @@ void ReplayCommand::step(bool mayRead) {
     }
   }
   if (out_.ended()) {
-    return stop();
+    return outputEnded();
   }
   progress_.update(lines_.number(), lines_.offset(), input_.size());
   resume(false);

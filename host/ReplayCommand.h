@@ -6,7 +6,8 @@
 /// Guarantees
 ///   A  Memory is bounded by the device and one line, however long the recording is.
 ///   B  A line is applied whole or not at all; what is wrong with it is reported as `FILE:LINE:COLUMN: reason`.
-///   C  A signal or a reader that goes ends the command between two lines; a signal leaves no state behind, but a table.
+///   C  A signal or a reader that goes ends the command between two lines. Neither leaves a state behind; a signal leaves
+///      a table. A reader that goes is worth a word only when a state was asked for.
 ///
 /// Use
 ///
@@ -56,6 +57,8 @@ class ReplayCommand {
   bool failed(std::size_t column, std::string_view reason);
   /// Sets the timer when the change is not due yet.
   bool mustWait(Change const& change);
+  void interrupted(std::string_view reason);
+  void outputEnded();
   void stop();
 
   ReplayOptions const options_;

@@ -18,7 +18,7 @@ using Json = nlohmann::json;
 /// The parser's events, as a document. Calls come from the JSON library in the order of the text.
 class StateFile::Builder {
  public:
-  explicit Builder(std::string const& name) : name_(name) {}
+  Builder(std::string_view text, std::string const& name) : text_(text), name_(name) {}
 
   Json take() { return std::move(root_); }
 
@@ -57,8 +57,10 @@ class StateFile::Builder {
   bool start_array(std::size_t) { refuse("{}", "a list where none belongs"); }
   bool end_array() { return false; }
   bool parse_error(std::size_t position, std::string const&, nlohmann::detail::exception const& error) {
-    throw Trouble(fmt::format("{}: no state: byte {}: {}", name_, std::max<std::size_t>(position, 1),
-                              excerpt(jsonFault(error), 160)));
+    std::string_view const before = text_.substr(0, std::max<std::size_t>(position, 1) - 1);
+    auto const line = std::count(before.begin(), before.end(), '\n') + 1;
+    std::size_t const column = before.size() - (before.rfind('\n') + 1) + 1;
+    throw Trouble(fmt::format("{}:{}:{}: no state: {}", name_, line, column, jsonFault(error)));
   }
 
  private:
@@ -75,6 +77,7 @@ class StateFile::Builder {
     throw Trouble(fmt::format("{}: no state: {}", name_, fmt::format(pattern, std::forward<Args>(args)...)));
   }
 
+  std::string_view const text_;
   std::string const& name_;
   Json root_;
   /// The objects around the place reached; members of a map stay where they are.
@@ -83,7 +86,7 @@ class StateFile::Builder {
 };
 
 Json StateFile::parse(std::string_view text, std::string const& name) {
-  Builder builder(name);
+  Builder builder(text, name);
   Json::sax_parse(text.begin(), text.end(), &builder);
   Json state = builder.take();
   auto const format = state.find(DeviceState::formatKey);

@@ -9,6 +9,7 @@
 
 #include "VaroErrdisable/Root.h"
 #include "support/Errdisable.h"
+#include "support/Sanitized.h"
 
 namespace {
 
@@ -299,17 +300,7 @@ INSTANTIATE_TEST_SUITE_P(Of, DropTest, testing::ValuesIn(drops), [](auto const& 
 // ---------------------------------------------------------------------------------------------------------------
 // Many
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr int many = 20000;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr int many = 20000;
-#else
-constexpr int many = 1000000;
-#endif
-#else
-constexpr int many = 1000000;
-#endif
+constexpr int many = isSanitized ? 20000 : 1000000;
 
 TEST(Destruction, AMillionInterfacesAreMadeChangedAndDestroyedWithoutALeak) {
   auto const configs = Zon::newPtr<Interface::AllIntfConfigDir>("config");

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <string>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -84,6 +85,33 @@ TEST_F(AtomicFileTest, WithoutCommitNothingChanges) {
   }
   EXPECT_EQ(content(path("a")), "old");
   EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(AtomicFileTest, WhatIsBeingWrittenHasNoNameUntilTheCommit) {
+  // Whoever is killed meanwhile leaves nothing behind. Not every file system can do that.
+  int const unnamed = ::open(directory.c_str(), O_TMPFILE | O_RDWR, 0600);
+  if (unnamed < 0) {
+    GTEST_SKIP() << "files without a name are not possible here";
+  }
+  ::close(unnamed);
+  AtomicFile atomic(path("a"));
+  atomic.output().write(std::string(300000, 'x'));
+  atomic.output().flush();
+  EXPECT_EQ(entries(), 0U);
+  atomic.commit();
+  EXPECT_EQ(content(path("a")), std::string(300000, 'x'));
+  EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(AtomicFileTest, ACheckLeavesNoTrace) {
+  AtomicFile::check(path("a"));
+  EXPECT_EQ(entries(), 0U);
+  write(path("a"), "old");
+  AtomicFile::check(path("a"));
+  EXPECT_EQ(content(path("a")), "old");
+  EXPECT_EQ(entries(), 1U);
+  EXPECT_THROW(AtomicFile::check(path("none/a")), Trouble);
+  EXPECT_THROW(AtomicFile::check("/dev/null"), Trouble);
 }
 
 TEST_F(AtomicFileTest, ALinkKeepsPointing) {

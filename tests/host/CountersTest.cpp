@@ -179,6 +179,26 @@ TEST_F(Counters, ADamagedObjectIsAnErrorByNameAndTheOthersAreShown) {
   check("name-length", 68, ones, "its records are damaged");
 }
 
+TEST_F(Counters, ADamagedObjectIsANoteToABlockThatIsFoundInAnother) {
+  auto const damaged = manager("other");
+  SharedObjects::set(*damaged, "x", 1);
+  SharedObjects::overwrite(objects_.name("other"), 64, "damage");
+  SharedObjects::set(*interfaces_, prefix() + "block", 5);
+  std::string const note = "varo-host: " + prefix() + "other: its records are damaged; what it holds is not known\n";
+  auto const found = runHost({"counters", "--json", prefix() + "block"});
+  EXPECT_EQ(found.status, 0);
+  EXPECT_EQ(found.err, note);
+  EXPECT_EQ(rowsOf(found.out), prefix() + "card.intf " + prefix() + "block 5\n");
+  auto const table = runHost({"counters", prefix() + "block"});
+  EXPECT_NE(table.out.find("1 object, 1 of 3 blocks\n"), std::string::npos) << table.out;
+  auto const unknown = runHost({"counters", prefix() + "nowhere"});
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_EQ(unknown.err, "varo-host: " + prefix() + "nowhere: no object and no block has that name\n" + note);
+  auto const itself = runHost({"counters", prefix() + "other"});
+  EXPECT_EQ(itself.status, 1);
+  EXPECT_EQ(itself.err, "varo-host: " + prefix() + "other: its records are damaged\n");
+}
+
 TEST_F(Counters, TwoBlocksOfOneNameAreDamage) {
   auto const damaged = manager("double");
   SharedObjects::set(*damaged, "x", 1);

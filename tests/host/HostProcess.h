@@ -19,6 +19,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -70,9 +71,7 @@ class HostProcess {
   ~HostProcess() {
     closeInput();
     closeOutput();
-    if (streams_[1].descriptor >= 0) {
-      ::close(streams_[1].descriptor);
-    }
+    closeError();
     if (child_ > 0) {
       ::kill(child_, SIGKILL);
       ::waitpid(child_, nullptr, 0);
@@ -102,12 +101,9 @@ class HostProcess {
     }
   }
   /// The reader of standard output goes away.
-  void closeOutput() {
-    if (streams_[0].descriptor >= 0) {
-      ::close(streams_[0].descriptor);
-      streams_[0].descriptor = -1;
-    }
-  }
+  void closeOutput() { close(streams_[0]); }
+  /// The reader of standard error goes away.
+  void closeError() { close(streams_[1]); }
   void signal(int number) const { ::kill(child_, number); }
   /// Stops the program until it is sent SIGCONT; returns once it stands still.
   void stop() const {
@@ -133,10 +129,14 @@ class HostProcess {
     while (pump(patience)) {
     }
     int status = 0;
-    ::waitpid(child_, &status, 0);
+    rusage usage{};
+    ::wait4(child_, &status, 0, &usage);
     child_ = -1;
+    peakKilobytes_ = usage.ru_maxrss;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
+  /// The most memory the program had at once (or this process when it began that one); known after `finish`.
+  long peakKilobytes() const { return peakKilobytes_; }
 
  private:
   struct Stream {
@@ -162,6 +162,13 @@ class HostProcess {
     }
     ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
     ::fcntl(ends[1], F_SETFD, FD_CLOEXEC);
+  }
+
+  static void close(Stream& stream) {
+    if (stream.descriptor >= 0) {
+      ::close(stream.descriptor);
+      stream.descriptor = -1;
+    }
   }
 
   bool waitFor(Stream& stream, std::string_view text, std::size_t from) {
@@ -197,8 +204,7 @@ class HostProcess {
       if (got > 0) {
         streams_[at].text.append(buffer, static_cast<std::size_t>(got));
       } else if (got == 0 || errno != EINTR) {
-        ::close(streams_[at].descriptor);
-        streams_[at].descriptor = -1;
+        close(streams_[at]);
       }
     }
     return true;
@@ -207,6 +213,7 @@ class HostProcess {
   pid_t child_ = -1;
   int in_ = -1;
   Stream streams_[2];
+  long peakKilobytes_ = 0;
 };
 
 /// What a program that has ended left behind.

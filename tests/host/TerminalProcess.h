@@ -17,8 +17,9 @@
 
 class TerminalProcess {
  public:
-  explicit TerminalProcess(std::vector<std::string> arguments, unsigned short lines = 24) {
-    arguments.insert(arguments.begin(), VARO_HOST_PROGRAM);
+  explicit TerminalProcess(std::vector<std::string> arguments, unsigned short lines = 24,
+                           std::vector<std::string> const& program = {VARO_HOST_PROGRAM}) {
+    arguments.insert(arguments.begin(), program.begin(), program.end());
     std::vector<char*> words;
     for (std::string& argument : arguments) {
       words.push_back(argument.data());
@@ -36,7 +37,7 @@ class TerminalProcess {
     }
   }
   ~TerminalProcess() {
-    ::close(terminal_);
+    hangUp();
     if (child_ > 0) {
       ::kill(child_, SIGKILL);
       ::waitpid(child_, nullptr, 0);
@@ -45,6 +46,13 @@ class TerminalProcess {
   TerminalProcess(TerminalProcess const&) = delete;
   TerminalProcess& operator=(TerminalProcess const&) = delete;
 
+  /// Closes the terminal: who runs on it is sent SIGHUP, and cannot write there any more.
+  void hangUp() {
+    if (terminal_ >= 0) {
+      ::close(terminal_);
+      terminal_ = -1;
+    }
+  }
   void type(std::string_view text) const {
     if (::write(terminal_, text.data(), text.size()) < 0) {
       throw std::runtime_error("terminal");
@@ -71,10 +79,10 @@ class TerminalProcess {
   }
 
  private:
-  /// False when the program has ended, or nothing came for a long time.
+  /// False when the program has ended, the terminal is closed, or nothing came for a long time.
   bool read() {
     pollfd waited{terminal_, POLLIN, 0};
-    if (::poll(&waited, 1, 60000) <= 0) {
+    if (terminal_ < 0 || ::poll(&waited, 1, 60000) <= 0) {
       return false;
     }
     char buffer[4096];
