@@ -147,7 +147,9 @@ TEST_F(HostStorm, MemoryDoesNotGrowWithTheNumberOfFlaps) {
   }
 }
 
-TEST_F(VethTest, AStormOfLinksEndsAsTheKernelHasThem) {
+using HostLinkStorm = VethTest;
+
+TEST_F(HostLinkStorm, AStormOfLinksEndsAsTheKernelHasThem) {
   enterWithPair();
   if (IsSkipped()) {
     return;
