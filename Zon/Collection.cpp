@@ -20,7 +20,6 @@ void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entit
   added->parentAttrIdIs(id);
   added->zonMoveUnder(&owner);
   if (replaced) {
-    replaced->zonMoveUnder(nullptr);
     replaced->parentIs(nullptr);
   }
   // A watcher of the replaced one's parent may have taken the new one out again.

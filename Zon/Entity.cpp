@@ -40,7 +40,6 @@ void Entity::linkTo(Entity* parent) noexcept {
       nextSibling_->previousSibling_ = previousSibling_;
     }
     previousSibling_ = nullptr;
-    nextSibling_ = nullptr;
   }
   parent_ = parent;
   if (parent != nullptr) {

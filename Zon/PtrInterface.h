@@ -228,7 +228,6 @@ class PtrInterface::NotifieeConst : public PtrInterface {
   /// Exchanges the notifier, counts included; null allowed. The lists are the typed class's business.
   void zonRawNotifierIs(PtrInterface const* notifier) noexcept;
   void zonRegisteredFlagIs(bool registered) const noexcept { registered_ = registered; }
-  bool zonCountsNotifier() const noexcept { return !uncounted_; }
   /// Moves a queued watcher to the tail of another activity's queue; when that is null or immediate, what is pending
   /// is delivered at once.
   void zonRequeue(ActivitySm* activity);

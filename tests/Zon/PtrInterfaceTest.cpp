@@ -317,12 +317,26 @@ class BaseWatcher : public Zon::PtrInterface::NotifieeConst {
   void onNotificationException() override { events_->add("exception"); }
 
   using NotifieeConst::onNotificationException;
-  using NotifieeConst::zonCountsNotifier;
   using NotifieeConst::zonRawNotifier;
 
  private:
   Events* events_;
 };
+
+TEST(BaseWatcherDeathTest, AThirdPendingCountIsAsserted) {
+  class Counting : public Zon::PtrInterface::NotifieeConst {
+   public:
+    explicit Counting(int counts) {
+      for (int i = 0; i != counts; ++i)
+        zonPendingCountAt(count_[i]);
+    }
+
+   private:
+    std::uint32_t count_[3] = {};
+  };
+  EXPECT_EQ(Zon::newPtr<Counting>(2)->zonReferences(), 1U);
+  EXPECT_DEATH(Zon::newPtr<Counting>(3), "offset of a pending count");
+}
 
 class BaseWatcherTest : public testing::Test {
  protected:
