@@ -761,10 +761,17 @@ TEST_F(AllIntfSMTest, ItsInputsKeepKeyCountAndIdOfWhatIsPending) {
 
 TEST_F(AllIntfSMTest, AnInputWhoseOwnerIsGoneIsInert) {
   auto const input = machines->newIntfConfigDir(configs);
+  auto const statusInput = machines->newIntfStatusDir(statuses);
+  auto const errdisableInput = machines->newErrdisableStatus(errdisable);
   input->allIntfSMIs(nullptr);
+  statusInput->allIntfSMIs(nullptr);
+  errdisableInput->allIntfSMIs(nullptr);
+  EXPECT_EQ(statusInput->zonOwner(), nullptr);
   machines = nullptr;
   addConfig("Ethernet1");
   input->onIntfConfig("Ethernet1");
+  statusInput->onIntfStatus("Ethernet1");
+  errdisableInput->onErrdisabledIntf("Ethernet1");
   EXPECT_EQ(events.take(), "");
   EXPECT_EQ(input->zonPendingKey(), Orvet::IntfId("Ethernet1"));
 }

@@ -189,6 +189,11 @@ TEST_F(IntfTraceLines, LinesComeBeforeTheWorkTheyAnnounce) {
   reactor->doPrepareToDie();
   EXPECT_EQ(order, line(116, "doPrepareToDie", "void VaroIntf::AllIntfQueueCounterSliceReactor::doPrepareToDie()") +
                        "changed\n");
+  slice->intfQueueCounterDirNotify("Ethernet1");
+  order.clear();
+  lines.take();
+  slice->intfQueueCounterDirDel("Ethernet1");
+  EXPECT_EQ(order, line(101, "handleQueueCounterDir", prefix + "Orvet::IntfId) Ethernet1 delete") + "changed\n");
 }
 
 TEST_F(IntfTraceLines, TheDeletionOfAStaleEntryIsAnnouncedBeforeIt) {

@@ -341,6 +341,52 @@ TEST_F(ActivityTest, ADyingWatcherLeavesTheQueueAtEveryPosition) {
   }
 }
 
+TEST_F(ActivityTest, AWatcherLeavesTheQueueAtItsEndThoughItsTypeDoesNotCare) {
+  class Plain final : public Zon::PtrInterface::NotifieeConst {
+   public:
+    explicit Plain(Ptr<Zon::ActivitySm> machine) : machine_(std::move(machine)) {}
+    Ptr<Zon::ActivitySm> actsm() override { return machine_; }
+    bool poke() { return zonOnAttribute(258, nullptr); }
+
+   private:
+    Ptr<Zon::ActivitySm> const machine_;
+  };
+  auto const machine = Zon::zonActivitySmFor(activity);
+  auto watcher = newPtr<Plain>(machine);
+  EXPECT_TRUE(watcher->poke());
+  EXPECT_EQ(activity->zonPending(), 1U);
+  watcher = nullptr;
+  EXPECT_EQ(activity->zonPending(), 0U);
+  EXPECT_EQ(activity->zonDispatch(), 0U);
+}
+
+TEST_F(ActivityTest, BehindADeadWatcherTheQueueGoesOn) {
+  for (std::size_t dead = 0; dead != 3; ++dead) {
+    std::vector<Ptr<Job>> jobs = {job("a"), job("b"), job("c")};
+    for (auto const& one : jobs)
+      one->poke();
+    jobs[dead] = nullptr;
+    auto const late = job("late");
+    late->poke();
+    EXPECT_EQ(activity->zonDispatch(), 3U) << dead;
+    EXPECT_NE(events.take().find("late(258,1)"), std::string::npos) << dead;
+  }
+}
+
+TEST_F(ActivityTest, WhatEveryWatcherOfARoundQueuesIsServedInTheNext) {
+  auto const a = job("a");
+  auto const b = job("b");
+  auto const c = job("c");
+  auto const d = job("d");
+  a->act = [&] { c->poke(); };
+  b->act = [&] { d->poke(); };
+  a->poke();
+  b->poke();
+  EXPECT_EQ(activity->zonDispatch(), 2U);
+  EXPECT_EQ(activity->zonDispatch(), 2U);
+  EXPECT_EQ(events.take(), "a(258,1) b(258,1) c(258,1) d(258,1)");
+}
+
 TEST_F(ActivityTest, ADyingWatcherLeavesTheRunningRoundAtEveryPosition) {
   for (std::size_t at = 0; at != 4; ++at) {
     for (std::size_t dead = 0; dead != 4; ++dead) {
@@ -501,6 +547,21 @@ TEST_F(ActivityTest, TheUnservedRestMayDieBeforeTheNextRound) {
   events.take();
   EXPECT_EQ(activity->zonDispatch(), 1U);
   EXPECT_EQ(events.take(), "c(258,1)");
+}
+
+TEST_F(ActivityTest, WhatIsQueuedBehindTheUnservedRestIsServedAfterIt) {
+  auto const a = job("a");
+  auto const b = job("b");
+  auto const late = job("late");
+  a->act = [] { throw 1; };
+  a->actOnException = [] { throw 2; };
+  a->poke();
+  b->poke();
+  EXPECT_THROW(activity->zonDispatch(), int);
+  events.take();
+  late->poke();
+  EXPECT_EQ(activity->zonDispatch(), 2U);
+  EXPECT_EQ(events.take(), "b(258,1) late(258,1)");
 }
 
 TEST_F(ActivityTest, AContainedExceptionOfADispatchIsTracedOnDemand) {

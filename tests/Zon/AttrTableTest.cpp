@@ -484,6 +484,28 @@ TEST_F(AttrTable, IteratorsStartAtOrBehindAKey) {
   EXPECT_EQ(outcome([&] { return port_->attributeIteratorKey(133, {}); }), "BadIndex: laneSm");
 }
 
+TEST_F(AttrTable, IteratorsStartBehindAKeyThatIsNotThereAnyMore) {
+  std::vector<std::string> keys;
+  for (int i = 0; i != 40; ++i)
+    op(port_, 133, Op::set, {}, lanes(("l" + std::to_string(i)).c_str()));
+  for (auto it = port->laneSmIterator(); it; it.advance())
+    keys.push_back(it.key().stdString());
+  ASSERT_EQ(keys.size(), 40U);
+  for (std::size_t i = 0; i + 1 < keys.size(); ++i) {
+    auto const key = text(keys[i].c_str());
+    op(port_, 133, Op::del, key);
+    EXPECT_EQ(shown(port_->attributeIterator_iterKey(port_->attributeIteratorKey(133, key))),
+              "\"" + keys[i + 1] + "\"");
+  }
+}
+
+TEST_F(AttrTable, AConstInterfaceRemovesNothingThroughTheIteratorOfAnother) {
+  op(port_, 133, Op::set, {}, lanes("a"));
+  auto const it = port_->attributeIterator(133);
+  EXPECT_EQ(outcome([&] { return reader_->attributeIterator_iterDel(it); }), constText);
+  EXPECT_TRUE(port_->attributeIterator_nonNull(port_->attributeIterator(133)));
+}
+
 TEST_F(AttrTable, ConstWalksShowConstMembersAndRemoveNothing) {
   op(port_, 133, Op::set, {}, lanes("a"));
   for (auto const& it : {reader_->attributeIterator(133), port_->attributeIteratorConst(133)}) {

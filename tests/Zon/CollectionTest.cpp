@@ -226,6 +226,16 @@ TYPED_TEST(CollectionTest, AReplacementLeavesIteratorsWhereTheyStand) {
   EXPECT_EQ(met, 3U);
 }
 
+TYPED_TEST(CollectionTest, AnIteratorThatIsResetStartsAgain) {
+  this->set("a", 1);
+  auto it = TypeParam::iterator(*this->owner);
+  it.advance();
+  EXPECT_FALSE(it);
+  it.reset();
+  ASSERT_TRUE(it);
+  EXPECT_EQ(this->textOf(it.key()), "a");
+}
+
 TYPED_TEST(CollectionTest, TheConstIteratorMeetsTheSameKeys) {
   for (char const* key : {"a", "b", "c"})
     this->set(key, 1);
@@ -285,6 +295,18 @@ TYPED_TEST(CollectionTest, AWatcherMayUndoTheChangeItHearsOf) {
   this->set("a", 1);
   EXPECT_EQ(this->heard(), "w:key(a) w:key(a)");
   EXPECT_EQ(this->keys(), "");
+}
+
+TYPED_TEST(CollectionTest, KeysOfEqualHashAreKeptApart) {
+  ASSERT_EQ(Zon::String8("Ethernet83169").hash(), Zon::String8("Ethernet86183").hash());
+  this->set("Ethernet83169", 1);
+  EXPECT_EQ(this->shown("Ethernet86183"), -1);
+  EXPECT_FALSE(this->del("Ethernet86183"));
+  this->set("Ethernet86183", 2);
+  EXPECT_EQ(this->shown("Ethernet83169"), 1);
+  EXPECT_EQ(this->shown("Ethernet86183"), 2);
+  EXPECT_TRUE(this->del("Ethernet83169"));
+  EXPECT_EQ(this->shown("Ethernet86183"), 2);
 }
 
 TYPED_TEST(CollectionTest, HoldsManyEntries) {
@@ -450,6 +472,23 @@ TYPED_TEST(OwningCollectionTest, AReplacementIsCompleteBeforeAnyWatcherHears) {
   EXPECT_EQ(this->heard(), "old:2:none:owner:1 next:2:none:owner:1 w:key(a) owner:2:none:owner:1");
   this->set("a", 2);
   EXPECT_EQ(this->heard(), "");
+}
+
+TEST(Adoption, TheNewMemberHasItsAttributeBeforeItsParent) {
+  class Witness : public Zon::Entity {
+   public:
+    using Entity::Entity;
+    void parentAttrIdIs(Zon::AttributeId id) override {
+      hadParent = zonHasParent();
+      Entity::parentAttrIdIs(id);
+    }
+    bool hadParent = true;
+  };
+  auto const dir = newPtr<Zon::Dir>("dir");
+  auto const witness = newPtr<Witness>("w");
+  dir->entityPtrIs(witness);
+  EXPECT_FALSE(witness->hadParent);
+  EXPECT_EQ(witness->parent(), dir);
 }
 
 TYPED_TEST(OwningCollectionTest, AWatcherThatPutsTheOldMemberBackIsObeyed) {

@@ -1,5 +1,6 @@
 #include "Zon/Exception.h"
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -26,6 +27,26 @@ TEST(Exception, CarriesTextIdsAndFlag) {
   EXPECT_TRUE(exception.ids().id(12));
   EXPECT_FALSE(exception.ids().id(11));
   EXPECT_TRUE(exception.flag());
+}
+
+TEST(Exception, EveryIdAloneMakesASetOfIds) {
+  EXPECT_TRUE(Exception::IdBitArray().empty());
+  for (unsigned id = 0; id != Exception::IdBitArray::capacity; ++id) {
+    Exception::IdBitArray ids;
+    ids.idIs(id);
+    EXPECT_FALSE(ids.empty()) << id;
+    EXPECT_TRUE(ids.id(id)) << id;
+  }
+}
+
+TEST(Exception, IdsBehindTheLastAreInNoSetWhateverStandsBehindIt) {
+  struct {
+    Exception::IdBitArray ids;
+    std::uint64_t behind = ~std::uint64_t{0};
+  } const set;
+  EXPECT_NE(set.behind, 0U);
+  EXPECT_FALSE(set.ids.id(Exception::IdBitArray::capacity));
+  EXPECT_FALSE(set.ids.id(~0U));
 }
 
 TEST(Exception, DefaultsToNoIdsAndNoFlag) {

@@ -158,6 +158,28 @@ TEST(HashMapGeneric, StartsWithTheBucketsItIsGiven) {
   EXPECT_EQ(bucket, -1);
 }
 
+TEST(HashMapGeneric, BeginsWithAnyPowerOfTwoOfEmptyBucketsEachForItsShareOfTheHashes) {
+  class Buckets : public Zon::HashMapGeneric {
+   public:
+    using HashMapGeneric::HashMapGeneric;
+    auto indexOf(std::uint32_t hash) const { return bucketOf(hash) - buckets_; }
+    bool endsBehind(std::uint32_t count) const { return buckets_[count] == endMark(); }
+  };
+  for (std::uint32_t count = 1; count != 1024; count *= 2) {
+    Buckets const map(count);
+    EXPECT_EQ(map.zonBuckets(), count);
+    EXPECT_TRUE(map.endsBehind(count)) << count;
+    for (std::uint32_t i = 0; i != count; ++i) {
+      auto const first = static_cast<std::uint32_t>((std::uint64_t{i} << 32) / count);
+      EXPECT_EQ(map.indexOf(first), i);
+      EXPECT_EQ(map.indexOf(first + 0xffffffffU / count), i);
+    }
+    int bucket = -1;
+    EXPECT_EQ(map.findNextBucketG(&bucket), nullptr);
+    EXPECT_EQ(bucket, -1);
+  }
+}
+
 TEST(HashMapGenericDeathTest, RefusesWhatIsNoPowerOfTwo) {
   EXPECT_DEATH(Zon::HashMapGeneric(0), "has_single_bit");
   EXPECT_DEATH(Zon::HashMapGeneric(3), "has_single_bit");

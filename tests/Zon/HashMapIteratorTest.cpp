@@ -1,5 +1,6 @@
 #include "Zon/HashMapIterator.h"
 
+#include <compare>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -42,6 +43,27 @@ TYPED_TEST(HashMapIterator, OnAnEmptyMapStandsNowhere) {
   EXPECT_FALSE(it.hasBookmark());
   it.advance();
   EXPECT_FALSE(it);
+}
+
+/// A key of which no value stands for none.
+struct Always {
+  explicit Always(std::uint32_t n) : number(n) {}
+  std::uint32_t hash() const noexcept { return number; }
+  friend auto operator<=>(Always const&, Always const&) = default;
+  std::uint32_t number;
+};
+class AlwaysKeyed : public Zon::PtrInterface, public Zon::HashMapLink<AlwaysKeyed> {
+ public:
+  Always fwkKey() const { return Always(0); }
+};
+
+TEST(HashMapIteratorOfKeysWithoutEmptyOne, HasABookmarkOnEveryMember) {
+  Zon::HashMap<AlwaysKeyed, Always> map;
+  map.newMember(Zon::newPtr<AlwaysKeyed>(), map.hashOf(Always(0)));
+  Zon::HashMap<AlwaysKeyed, Always>::Iterator it(map);
+  EXPECT_TRUE(it.hasBookmark());
+  it.advance();
+  EXPECT_FALSE(it.hasBookmark());
 }
 
 TYPED_TEST(HashMapIterator, WithoutMapStandsNowhereAndMayBeReset) {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/Interface/IntfStatus.h"
 #include "support/SampleReactor.h"
 
 namespace {
@@ -553,6 +554,31 @@ TEST_F(HandleNotificationTest, AnInputWithoutGateLeavesEverythingToTheDefault) {
   EXPECT_EQ(direct(-2, 1), "statuses(k)");
   EXPECT_EQ(direct(-2, 0), "");
   EXPECT_EQ(direct(0, 0), "");
+}
+
+/// The gate on one value of an entity that also has a collection.
+class ActiveInput final : public Zon::ValueInput<Reader, Interface::IntfStatus::NotifieeConst, 272,
+                                                 &Interface::IntfStatus::NotifieeConst::onActive> {
+ public:
+  using ValueInput::ValueInput;
+  void onActive() override {
+    zonGate([](Reader& owner) { owner.handle("active"); });
+  }
+  void onForwardingModelInputs(Zon::String8 source) override {
+    zonAct([&](Reader& owner) { owner.handle("inputs(" + source.stdString() + ")"); });
+  }
+};
+
+TEST_F(HandleNotificationTest, WithSeveralOrAllPendingAValueInputAlsoHandsOnWhatIsPendingOfTheCollection) {
+  Ptr<Interface::IntfStatus const> const status = newPtr<Interface::IntfStatus>("Ethernet1");
+  auto const input = newPtr<ActiveInput>(activity, status, reader.ptr());
+  for (Zon::AttributeId const pending : {-1, -2}) {
+    input->zonPendingKeyIs("k");
+    input->zonPendingCountIs(1);
+    input->zonPendingIdIs(pending);
+    input->handleNotification(activity.ptr());
+    EXPECT_EQ(events.take(), "active inputs(k)");
+  }
 }
 
 TEST_F(HandleNotificationTest, TheDefaultIsALeaf) {

@@ -119,6 +119,20 @@ TEST(LinkedQueue, RemovingEveryElementOfAWalkEmptiesIt) {
   EXPECT_EQ(itemsAlive, 0);
 }
 
+TEST(LinkedQueue, SizesGoWithTheElements) {
+  Queue one = queueOf("abc");
+  Queue other = queueOf("d");
+  one.swap(other);
+  EXPECT_EQ(one.size(), 1U);
+  EXPECT_EQ(other.size(), 3U);
+  other.clear();
+  EXPECT_EQ(other.size(), 0U);
+  EXPECT_TRUE(other.empty());
+  other.append(Zon::newPtr<Item>("e"));
+  EXPECT_EQ(other.size(), 1U);
+  EXPECT_EQ(textOf(other), "e");
+}
+
 TEST(LinkedQueue, ReleasesAMillionElementsWithoutRecursion) {
   {
     Queue queue;

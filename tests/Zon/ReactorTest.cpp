@@ -52,6 +52,13 @@ TEST_F(ReactorTest, TheSwitchReachesTheInputsInOrderOfDeclaration) {
   EXPECT_FALSE(reader->hasNotificationActive());
 }
 
+TEST_F(ReactorTest, TheReactorsOwnSwitchIsSetBeforeItsInputsAre) {
+  reader->zonConfigs()->onSwitch = [&] { events.add(reader->hasNotificationActive() ? "on" : "off"); };
+  reader->hasNotificationActiveIs(true);
+  reader->hasNotificationActiveIs(false);
+  EXPECT_EQ(events.take(), "on off");
+}
+
 TEST_F(ReactorTest, TheSameSwitchDoesNotTouchTheInputs) {
   observe();
   reader->hasNotificationActiveIs(false);
@@ -201,6 +208,13 @@ TEST_F(ReactorTest, NullDropsTheInputAsAZombieWithoutOwner) {
   EXPECT_EQ(input->zonOwner(), nullptr);
 }
 
+TEST_F(ReactorTest, ADroppedInputHasLeftItsPlaceBeforeItIsSilenced) {
+  reader->hasNotificationActiveIs(true);
+  reader->zonConfigs()->onSwitch = [&] { events.add(reader->zonConfigs() ? "in its place" : "gone"); };
+  reader->configsIs(nullptr);
+  EXPECT_EQ(events.take(), "gone");
+}
+
 TEST_F(ReactorTest, NullReleasesTheInput) {
   observe();
   reader->configsIs(nullptr);
@@ -312,6 +326,15 @@ TEST_F(ReactorTest, TeardownSilencesTheInputsThenEmptiesTheChildrenThenReleasesI
   events.take();
   reader = nullptr;
   EXPECT_EQ(events.take(), "~reader configs:off config:off statuses:off ~a ~statuses ~config ~configs");
+}
+
+TEST_F(ReactorTest, TeardownSilencesAnInputBeforeItCutsItLoose) {
+  reader->hasNotificationActiveIs(true);
+  auto const input = reader->zonConfigs();
+  input->onSwitch = [&] { events.add(input->zonOwner() != nullptr ? "owned" : "loose"); };
+  reader = nullptr;
+  input->onSwitch = {};
+  EXPECT_EQ(events.take(), "~reader owned");
 }
 
 TEST_F(ReactorTest, TeardownCutsEveryInputLoose) {

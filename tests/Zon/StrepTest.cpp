@@ -7,6 +7,7 @@
 
 #include "Zon/Activity.h"
 #include "Zon/Dir.h"
+#include "Zon/StrepTable.h"
 #include "platform/Errdisable/Status.h"
 #include "platform/Interface/AllIntfConfigDir.h"
 #include "support/Reflected.h"
@@ -119,8 +120,10 @@ TEST(Strep, TheTableHoldsNoReferencesAndForgetsTheDead) {
     valueToStrep(dir);
     EXPECT_EQ(dir->zonReferences(), 1u);
     EXPECT_EQ(Zon::strepObjects(), before + 1);
+    EXPECT_TRUE(Zon::strepTableInUse);
   }
   EXPECT_EQ(Zon::strepObjects(), before);
+  EXPECT_EQ(Zon::strepTableInUse, before != 0);
 }
 
 TEST(Strep, EntitiesMayMove) {
@@ -219,6 +222,9 @@ TEST(Strep, MalformedTextReadsAsNullAndConsumesNothing) {
                                   "<Zon::Dir#" + serial + "x>",
                                   "<Zon::Dir#" + serial + "." + serial + ">",
                                   "<Zon Dir#" + serial + ">",
+                                  "<Zon::Dir " + serial + ">",
+                                  "<#Zon::Dir#" + serial + ">",
+                                  "<Zon::Dir#" + serial + " a x41>",
                                   " <Zon::Dir#" + serial + ">",
                                   std::string("<Zon::Dir#18446744073709551616>"),
                                   std::string("<Zon::Dir#99999999999999999999999999>"),

@@ -127,6 +127,17 @@ TEST(String8, HashIsOfTheBytesAloneAndReversedHashMirrorsIt) {
   }
 }
 
+TEST(String8, EveryByteOfAShortStringChangesTheHash) {
+  for (std::size_t size = 1; size != 20; ++size) {
+    std::string const plain(size, 'a');
+    for (std::size_t at = 0; at != size; ++at) {
+      std::string changed = plain;
+      changed[at] = 'b';
+      EXPECT_NE(String8(changed).hash(), String8(plain).hash()) << changed;
+    }
+  }
+}
+
 TEST(String8, ZeroBytesAtTheEndChangeTheHash) {
   std::set<std::uint32_t> seen;
   for (std::size_t length = 0; length < 64; ++length)

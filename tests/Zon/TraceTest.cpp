@@ -70,6 +70,16 @@ TEST_F(TraceTest, ALineNeedsFacilityAndLevel) {
   EXPECT_EQ(built, 1);
 }
 
+TEST_F(TraceTest, OfAFacilityThatIsOffNoLevelIsWanted) {
+  TraceHandle const handle("TraceTest.off", false);
+  for (unsigned level = 0; level != TraceHandle::levels; ++level) {
+    handle.levelIs(level, true);
+    EXPECT_FALSE(handle.wanted(level)) << level;
+    line(handle, level, "x");
+  }
+  EXPECT_EQ(built, 0);
+}
+
 TEST_F(TraceTest, LevelsAreIndependentFrom0To31) {
   TraceHandle const handle("TraceTest.levels", true);
   handle.levelIs(0, true);

@@ -71,6 +71,11 @@ TEST(ZonType, FullNamesSplitAtTheirLastSeparator) {
   EXPECT_EQ(Zon::ZonType::typeNode("bool")->name(), "bool");
 }
 
+TEST(ZonType, ANodeIsDescribedUnderTheIdZero) {
+  EXPECT_EQ(newNode("described::Bare")->describingAttr()->attributeId(), 0);
+  EXPECT_EQ(Zon::Dir::_fwkType()->describingAttr()->attributeId(), 0);
+}
+
 TEST(ZonType, ANameBelongsToOneNode) {
   ZonType* const node = newNode("registry::A");
   std::size_t const before = ZonType::typeNodes().size();

@@ -40,6 +40,15 @@ TEST(Loading, SetsTheFlagOfEveryTypeAndOfBothModules) {
   EXPECT_TRUE(VaroErrdisable::IntfSM::_fwkTypeRegistered());
   EXPECT_TRUE(VaroErrdisable::AllIntfSM::_fwkTypeRegistered());
   EXPECT_TRUE(VaroErrdisable::Root::_fwkTypeRegistered());
+  EXPECT_TRUE(Errdisable::Status::_fwkTypeRegistered());
+  EXPECT_TRUE(Interface::AllIntfConfigDir::_fwkTypeRegistered());
+  EXPECT_TRUE(Interface::AllIntfStatusDir::_fwkTypeRegistered());
+  EXPECT_TRUE(Interface::AllIntfQueueCounterDir::_fwkTypeRegistered());
+  EXPECT_TRUE(Interface::AllIntfQueueCounterPtrDir::_fwkTypeRegistered());
+  EXPECT_TRUE(Interface::IntfConfig::_fwkTypeRegistered());
+  EXPECT_TRUE(Interface::IntfStatus::_fwkTypeRegistered());
+  EXPECT_TRUE(Interface::IntfQueueCounter::_fwkTypeRegistered());
+  EXPECT_TRUE(Interface::IntfQueueCounterDir::_fwkTypeRegistered());
   EXPECT_TRUE(VaroIntf::_fwkRegistered());
   EXPECT_TRUE(VaroErrdisable::_fwkRegistered());
 }

@@ -70,6 +70,18 @@ TEST(RegisteredTypes, TheModulesTypesAreRegisteredInTheirOrder) {
   EXPECT_TRUE(VaroIntf::IntfStatusReactor::_fwkTypeRegistered());
 }
 
+TEST(RegisteredTypes, AreKeptWithAHandleOnEachAttribute) {
+  std::size_t attributes = 0;
+  for (auto const& type : ZonType::typeNodes()) {
+    for (unsigned i = 0; i != type->attributeQs(); ++i, ++attributes) {
+      auto const attribute = type->attributeQ(i);
+      // Ours, the node's two, and the handle.
+      EXPECT_EQ(attribute->zonReferences(), 4U) << type->fullName().cStr() << " " << attribute->name().cStr();
+    }
+  }
+  EXPECT_GT(attributes, 50U);
+}
+
 TEST(RegisteredTypes, TheErrdisableModulesAttributes) {
   EXPECT_EQ(
       attributesOf("VaroErrdisable::IntfSM"),

@@ -89,9 +89,13 @@ class Observed : public Base {
   }
   void hasNotificationActiveIs(bool active) override {
     if (death != nullptr) death->add(label + (active ? ":on" : ":off"));
+    if (onSwitch) onSwitch();
     Base::hasNotificationActiveIs(active);
   }
   using Base::zonIsQueued;
+
+  /// Runs inside every switching.
+  std::function<void()> onSwitch;
 
   Events* death = nullptr;
   std::string label;

@@ -474,7 +474,9 @@ TEST_F(ShmemManTest, WhatAKilledCreatorLeftHalfDoneIsOverwritten) {
 }
 
 TEST_F(ShmemManTest, ObjectNamesArePercentEncodedAndNeverTruncated) {
-  EXPECT_EQ(ShmemObject::objectName("Az09._-"), "/Az09._-");
+  EXPECT_EQ(ShmemObject::objectName("AZaz09._-"), "/AZaz09._-");
+  // The neighbours of the ranges that stand for themselves.
+  EXPECT_EQ(ShmemObject::objectName("@[`{/:"), "/%40%5B%60%7B%2F%3A");
   EXPECT_EQ(ShmemObject::objectName(std::string("a/b %\0\xff~", 8)), "/a%2Fb%20%25%00%FF%7E");
   String8 const strange = name_ + "/../ \xff" + std::string(1, '\0') + "%2F";
   {
