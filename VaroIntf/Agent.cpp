@@ -32,10 +32,11 @@ Zon::Ptr<AllIntfDir> Agent::allIntfDirIs(Zon::Name name) {
     return allIntfDir_;
   }
   Zon::Ptr<Agent> const self(this);
+  // First: when it cannot be made, nothing has changed.
+  Zon::Ptr<AllIntfDir> const made = newAllIntfDir(std::move(name));
   if (allIntfDir_) {
     allIntfDir_->parentIs(nullptr);
   }
-  Zon::Ptr<AllIntfDir> const made = newAllIntfDir(std::move(name));
   allIntfDir_ = made;
   return made;
 }

@@ -25,10 +25,11 @@ Zon::Ptr<Child> AllIntfDir::childIs(Zon::Ptr<Child>& child, Zon::Name name, Make
     return child;
   }
   Zon::Ptr<AllIntfDir> const self(this);
+  // First: when it cannot be made, nothing has changed.
+  Zon::Ptr<Child> const made = make(std::move(name));
   if (child) {
     child->parentIs(nullptr);
   }
-  Zon::Ptr<Child> const made = make(std::move(name));
   // Another one than was unparented above, if a watcher of that one set a name of its own. Gone before anybody is told.
   if (Zon::Ptr<Child> const replaced = std::exchange(child, made); replaced && replaced->zonIsChildOf(this)) {
     replaced->parentIs(nullptr);

@@ -56,7 +56,7 @@ class HashMapIterator;
 template <class V, class K>
 class HashMapVTable final : public HashMapVTableGeneric {
  public:
-  HashMapVTable() noexcept : HashMapVTableGeneric(Member::isLinked) {}
+  constexpr HashMapVTable() noexcept : HashMapVTableGeneric(Member::isLinked) {}
 
   bool keyEquals(void const* key, PtrInterface const* member) const override {
     return HashMapKey<K>::equal(*static_cast<K const*>(key), static_cast<V const*>(member)->fwkKey());
@@ -124,9 +124,10 @@ class HashMap : public HashMapGeneric {
   friend class HashMapIterator;
   using Member = HashMapMember<V>;
 
-  static HashMapVTable<V, K>* vTable() {
-    static auto* const table = new HashMapVTable<V, K>();
-    return table;
+  // There from the start: a map ends, and a walk goes on, without memory too.
+  static HashMapVTable<V, K>* vTable() noexcept {
+    static constinit HashMapVTable<V, K> table;
+    return &table;
   }
 
   static std::uint32_t hashIn(V const* member) noexcept {

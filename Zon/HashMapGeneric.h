@@ -91,7 +91,7 @@ class HashMapVTableGeneric {
   bool hasState() const noexcept { return hasState_; }
 
  protected:
-  explicit HashMapVTableGeneric(bool hasState) noexcept : hasState_(hasState) {}
+  explicit constexpr HashMapVTableGeneric(bool hasState) noexcept : hasState_(hasState) {}
   // Operations live as long as the process.
   ~HashMapVTableGeneric() = default;
 

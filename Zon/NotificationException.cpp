@@ -14,6 +14,9 @@ namespace Zon {
 
 namespace {
 
+// Made on first use: before that, enabling the facility by name is what brings it into being.
+constinit LazyTraceHandle const facility("Zon");
+
 std::string readableTypeName(std::type_info const& type) {
   int status = 0;
   std::unique_ptr<char, decltype(&std::free)> const name(abi::__cxa_demangle(type.name(), nullptr, nullptr, &status),
@@ -24,8 +27,6 @@ std::string readableTypeName(std::type_info const& type) {
 }  // namespace
 
 void traceNotificationException(PtrInterface::NotifieeConst const& watcher, AttributeId id, char const* text) {
-  // Made on first use: before that, enabling the facility by name is what brings it into being.
-  static TraceHandle const facility("Zon", false);
   trace(facility, 1, "Zon", __LINE__, "onNotificationException", [&](std::ostream& line) {
     line << "attribute " << id << ": " << readableTypeName(typeid(watcher)) << ": " << text;
   });

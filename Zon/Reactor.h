@@ -134,6 +134,8 @@ class ReactorOf : public Reactor {
       return;
     }
     Ptr<R> const held(self());
+    // Held meanwhile, so that every input finds it: when it cannot be made, nothing has changed.
+    Ptr<ActivitySm> const machine = zonActivitySmFor(activity);
     activity_ = activity;
     forEachInput([this](auto& input) { input.zonFwkActivityIs(zonFwkActivity()); });
   }

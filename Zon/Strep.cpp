@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdlib>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string_view>
@@ -201,10 +202,10 @@ std::size_t strepObjects() { return StrepTable::global().size(); }
 
 void cannotConvert(String8::IteratorConst const& begin, String8::IteratorConst const& end, std::type_info const& type) {
   int status = 0;
-  char* const demangled = abi::__cxa_demangle(type.name(), nullptr, nullptr, &status);
+  std::unique_ptr<char, decltype(&std::free)> const demangled(
+      abi::__cxa_demangle(type.name(), nullptr, nullptr, &status), &std::free);
   std::string text = "cannot convert \"" + std::string(textBetween(begin, end)) + "\" to ";
-  text += status == 0 ? demangled : type.name();
-  std::free(demangled);
+  text += status == 0 ? demangled.get() : type.name();
   throw ConversionException(String8(text));
 }
 

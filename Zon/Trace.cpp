@@ -1,10 +1,12 @@
 #include "Zon/Trace.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <locale>
 #include <mutex>
+#include <new>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -103,6 +105,13 @@ class TraceRegistry {
     first->enabled.store(enabled, std::memory_order_relaxed);
     refresh(*first);
     return first;
+  }
+
+  /// A facility that is not in the list, and so off for good. In place, and never destroyed.
+  static Facility* nowhere() noexcept {
+    alignas(Facility) static std::byte place[sizeof(Facility)];
+    static auto* const made = new (place) Facility(String8(), nullptr);
+    return made;
   }
 
   static void refresh(Facility& facility) noexcept {
@@ -209,10 +218,15 @@ void coverageStreamIs(std::ostream* stream) {
 
 std::ostream* coverageStream() { return installedCoverage.load(std::memory_order_relaxed); }
 
-TraceHandle::Facility* LazyTraceHandle::find() const {
-  TraceHandle::Facility* const found = TraceHandle(name_, false).facility_;
-  facility_.store(found, std::memory_order_release);
-  return found;
+TraceHandle::Facility* LazyTraceHandle::find() const noexcept {
+  try {
+    TraceHandle::Facility* const found = TraceHandle(name_, false).facility_;
+    facility_.store(found, std::memory_order_release);
+    return found;
+  } catch (std::bad_alloc const&) {
+    // Guarantee D: this line is lost, what it tells of is not. The next one tries again.
+    return TraceRegistry::nowhere();
+  }
 }
 
 }  // namespace Zon

@@ -8,7 +8,7 @@
 ///   B  With everything off, asking for a line costs one load and one test; the text is not built.
 ///   C  With a coverage stream every line is built and written there; the sink gets a line only when facility and level
 ///      are on.
-///   D  Tracing changes no behaviour: what building a line or the sink throws ends here.
+///   D  Tracing changes no behaviour: what building a line or the sink throws ends here, a lack of memory too.
 ///   E  A sink may replace itself and may trace; nested lines reach it up to a fixed depth, deeper ones are dropped.
 ///   F  Everything works from static initialisers of any library in any order, and until the process ends.
 ///
@@ -100,7 +100,8 @@ class TraceHandle {
   Facility* facility_;
 };
 
-/// The handle a module traces with: constant-initialised, and the facility is found or made, switched off, on first use.
+/// The handle a module traces with: constant-initialised, and the facility is found or made, switched off, on first use;
+/// while there is no memory for it, lines are lost.
 class LazyTraceHandle {
  public:
   /// `name` must live as long as the handle: a literal.
@@ -108,17 +109,17 @@ class LazyTraceHandle {
   LazyTraceHandle(LazyTraceHandle const&) = delete;
   LazyTraceHandle& operator=(LazyTraceHandle const&) = delete;
 
-  operator TraceHandle() const { return TraceHandle(facility()); }
+  operator TraceHandle() const noexcept { return TraceHandle(facility()); }
 
   /// As `TraceHandle::wanted`.
-  bool wanted(unsigned level) const { return TraceHandle(facility()).wanted(level); }
+  bool wanted(unsigned level) const noexcept { return TraceHandle(facility()).wanted(level); }
 
  private:
-  TraceHandle::Facility* facility() const {
+  TraceHandle::Facility* facility() const noexcept {
     TraceHandle::Facility* const known = facility_.load(std::memory_order_acquire);
     return known != nullptr ? known : find();
   }
-  TraceHandle::Facility* find() const;
+  TraceHandle::Facility* find() const noexcept;
 
   char const* const name_;
   mutable std::atomic<TraceHandle::Facility*> facility_{nullptr};
