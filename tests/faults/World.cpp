@@ -12,8 +12,6 @@ namespace {
 using Interface::IntfConfig;
 using Interface::IntfStatus;
 
-constexpr std::array managerNames{"counters", "statistics"};
-
 int nextNumber = 0;
 
 Zon::Ptr<Zon::ActivityConfig> newActivity(World::Activity activity) {
@@ -42,9 +40,8 @@ World::World(Activity activity)
 
 World::~World() {
   dropModules();
-  for (char const* slice : sliceNames)
-    for (char const* manager : managerNames)
-      Pelto::ShmemMan::unlink(objectName(slice, manager));
+  for (auto const& object : objects_)
+    Pelto::ShmemMan::unlink(object);
 }
 
 void World::wireMirror() { agent_->allIntfReactorIs(activity_, configs_, statuses_); }
@@ -139,8 +136,12 @@ void World::recover(char const* intf) {
   settle();
 }
 
-std::string World::objectName(char const* slice, char const* manager) const {
-  return "varo-faults-" + std::to_string(::getpid()) + "-" + std::to_string(number_) + "-" + slice + "-" + manager;
+Zon::Ptr<Pelto::ShmemMan> World::newManager(char const* slice, char const* manager) {
+  // This process's and this world's own.
+  Zon::Name const name("varo-faults-" + std::to_string(::getpid()) + "-" + std::to_string(number_) + "-" + slice + "-" +
+                       manager);
+  objects_.insert(name);
+  return Zon::newPtr<Pelto::ShmemMan>(name);
 }
 
 Zon::Ptr<Interface::AllIntfQueueCounterDir> World::slice(char const* slice) const {
@@ -164,8 +165,8 @@ void World::addSlice(char const* slice, std::vector<char const*> const& intfs, s
   if (!this->slice(slice)) {
     auto const made = Zon::newPtr<Interface::AllIntfQueueCounterDir>(slice);
     if (memory == Memory::named) {
-      made->counterShmemManIs(Zon::newPtr<Pelto::ShmemMan>(objectName(slice, managerNames[0])));
-      made->statisticsShmemManIs(Zon::newPtr<Pelto::ShmemMan>(objectName(slice, managerNames[1])));
+      made->counterShmemManIs(newManager(slice, "counters"));
+      made->statisticsShmemManIs(newManager(slice, "statistics"));
     }
     for (char const* intf : intfs)
       made->intfQueueCounterDirIs(newCounters(intf, counters));

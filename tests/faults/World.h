@@ -19,6 +19,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -118,8 +119,7 @@ class World {
 
  private:
   Zon::Ptr<Interface::IntfQueueCounterDir> newCounters(char const* intf, std::vector<char const*> const& names) const;
-  /// The name of a shared-memory object: this process's and this world's own.
-  std::string objectName(char const* slice, char const* manager) const;
+  Zon::Ptr<Pelto::ShmemMan> newManager(char const* slice, char const* manager);
 
   int const number_;
   Zon::Ptr<Zon::ActivityConfig> const activity_;
@@ -130,6 +130,8 @@ class World {
   Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> const counters_;
   Zon::Ptr<VaroIntf::Agent> agent_;
   Zon::Ptr<VaroErrdisable::Root> root_;
+  /// The names of its shared memory.
+  std::set<Zon::Name> objects_;
   /// The slices that were filed, by name.
   std::array<Zon::Ptr<Interface::AllIntfQueueCounterDir>, sliceNames.size()> filed_;
 };
