@@ -55,8 +55,10 @@ class World {
       {"fill", [](World& world) { world.set("k3", 1); }},
       {"remove under an iterator",
        [](World& world) {
-         for (auto at = Kind::iterator(*world.owner); at; at.advance())
-           if (at.key() == typename Kind::Key("k2")) Kind::delAt(*world.owner, at);
+         // Held: an iterator must not outlive its collection.
+         Ptr<Owner> const held = world.owner;
+         for (auto at = Kind::iterator(*held); at; at.advance())
+           if (at.key() == typename Kind::Key("k2")) Kind::delAt(*held, at);
        }},
       {"remove all", [](World& world) { Kind::delAll(*world.owner); }},
       {"begin anew", [](World& world) { world.set("k1", 0); }},
