@@ -375,6 +375,7 @@ def main():
     parser.add_argument("--only", metavar="PATTERN", help="only changes whose key matches")
     parser.add_argument("--again", action="store_true",
                         help="only those that the last run, also an interrupted one, did not see killed")
+    parser.add_argument("--add", action="store_true", help="add to the results of the last run: another sample")
     parser.add_argument("--list", action="store_true", help="list the changes, run nothing")
     parser.add_argument("--no-sanitizers", action="store_true", help="do not try survivors under the sanitizers")
     parser.add_argument("--quick", action="store_true",
@@ -397,12 +398,11 @@ def main():
     results_file = WORK / "results.json"
     inside = build(names, points, "release")
     earlier = {}
-    if options.again:
+    if options.again or options.add:
         earlier = {r["key"]: r for r in json.loads(results_file.read_text())}
-        selected = [p for p in inside if p.key in earlier]
-        say(f"{len(earlier) - len(selected)} changes of the last run are gone")
-    else:
-        selected = choose(inside, options.count, options.seed, options.only)
+        say(f"{len(earlier.keys() - {p.key for p in inside})} changes of the last run are gone")
+    chosen = set() if options.again else {p.key for p in choose(inside, options.count, options.seed, options.only)}
+    selected = [p for p in inside if p.key in earlier or p.key in chosen]
     last = max(p.number for p in points)
     found = {p.key: tuple(earlier[p.key][field] for field in ("result", "by", "how")) if p.key in earlier
              else ("not tried", "", "") for p in selected}
