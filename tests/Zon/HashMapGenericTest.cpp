@@ -5,6 +5,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include "tests/Zon/HashMapMembers.h"
 
@@ -178,6 +179,13 @@ TEST(HashMapGeneric, BeginsWithAnyPowerOfTwoOfEmptyBucketsEachForItsShareOfTheHa
     EXPECT_EQ(map.findNextBucketG(&bucket), nullptr);
     EXPECT_EQ(bucket, -1);
   }
+}
+
+TEST(HashMapGeneric, GivesItsBucketsBack) {
+  auto const before = mallinfo2().uordblks;
+  for (int i = 0; i != 1000; ++i)
+    Zon::HashMapGeneric const map(1024);
+  EXPECT_LT(mallinfo2().uordblks, before + 1'000'000);
 }
 
 TEST(HashMapGenericDeathTest, RefusesWhatIsNoPowerOfTwo) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 namespace {
 
@@ -184,6 +185,13 @@ TEST(String8, EveryInputBitChangesAboutHalfTheHash) {
     }
     EXPECT_NEAR(changed / flips, 16.0, 0.5) << "length " << length;
   }
+}
+
+TEST(String8, GivesItsMemoryBack) {
+  auto const before = mallinfo2().uordblks;
+  for (int i = 0; i != 100'000; ++i)
+    String8(std::string(100, 'a'));
+  EXPECT_LT(mallinfo2().uordblks, before + 1'000'000);
 }
 
 TEST(String8, ConcatenatesAllPartsOnce) {
