@@ -21,12 +21,25 @@ GenericIf::List::~List() = default;
 GenericIf::List_::~List_() = default;
 GenericIfIterator::~GenericIfIterator() = default;
 
+namespace {
+
+/// The first of all refusals, also of what has no attributes.
+void refuseModification(GenericIf const& interface, unsigned opId) {
+  if (interface.isConst() && GenericIf::AttributeOp::modifies(opId)) {
+    GenericIf::throwConstException("attempting to modify a const instance");
+  }
+}
+
+}  // namespace
+
 Ptr<GenericIf> GenericIf::attributeOp(AttributeOp const& op, Ptr<GenericIf const> const&, Ptr<GenericIf> const&) {
+  refuseModification(*this, op.opId());
   throwOpNotSupportedException(attributeString(op.attributeId()), op.opId(), false);
 }
 
 Ptr<GenericIf> GenericIf::attributeOpByName(String8 name, unsigned opId, Ptr<GenericIf const> const&,
                                             Ptr<GenericIf> const&) {
+  refuseModification(*this, opId);
   throwOpNotSupportedException(std::move(name), opId, false);
 }
 

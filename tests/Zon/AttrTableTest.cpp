@@ -516,6 +516,19 @@ TEST_F(AttrTable, ConstWalksShowConstMembersAndRemoveNothing) {
   EXPECT_EQ(op(port_, 133, Op::size), "u1");
 }
 
+TEST_F(AttrTable, IteratorsHaveNoAttributesAndConstOnesRefuseModificationFirst) {
+  auto const walk = port_->attributeIterator(133);
+  auto const constWalk = port_->attributeIteratorConst(133);
+  for (unsigned const opId : {unsigned{Op::set}, unsigned{Op::del}, 255U}) {
+    std::string const unsupported = "operation " + std::to_string(opId) + " not supported";
+    EXPECT_EQ(outcome([&] { return walk->attributeOp({133, opId}); }), "Op: unknown: " + unsupported);
+    EXPECT_EQ(outcome([&] { return walk->attributeOpByName("lane", opId); }), "Op: lane: " + unsupported);
+    EXPECT_EQ(outcome([&] { return constWalk->attributeOp({133, opId}); }), constText);
+    EXPECT_EQ(outcome([&] { return constWalk->attributeOpByName("lane", opId); }), constText);
+  }
+  EXPECT_EQ(outcome([&] { return constWalk->attributeOp({133, Op::get}); }), "Op: unknown: operation 1 not supported");
+}
+
 TEST_F(AttrTable, WhatIsNoIteratorOrCollectionIsRefused) {
   EXPECT_EQ(outcome([&] { return port_->attributeIterator_iterKey(text("a")); }), "Type: iterator");
   EXPECT_EQ(outcome([&] { return port_->attributeIterator_iterObj({}); }), "Type: iterator");
