@@ -129,22 +129,6 @@ std::string heardBeside(std::string const& struck, std::string heard) {
   return heard;
 }
 
-/// The events without what was handed back.
-std::string withoutHandback(std::string const& events, int& handbacks) {
-  Support::Events kept;
-  for (std::size_t at = 0; at < events.size();) {
-    std::size_t const end = std::min(events.find(' ', at), events.size());
-    std::string const event = events.substr(at, end - at);
-    if (event.find(":exception(") != std::string::npos) {
-      ++handbacks;
-    } else {
-      kept.add(event);
-    }
-    at = end + 1;
-  }
-  return kept.take();
-}
-
 struct Names {
   template <class Kind>
   static std::string GetName(int) {
@@ -174,7 +158,8 @@ TYPED_TEST(CollectionFaultsTest, WhatAnyCallbackThrowsKeepsNothingFromTheOthers)
         SCOPED_TRACE(testing::Message() << World::steps[step].name << ", " << throwing.name << " at callback "
                                         << position << " (" << calls.struck() << ")");
         EXPECT_EQ(Faults::thrownBy([&] { World::steps[step].act(world); }), "");
-        EXPECT_EQ(withoutHandback(world.events.take(), handbacks), heardBeside(calls.struck(), course.heard[step]));
+        EXPECT_EQ(Faults::withoutHandback(world.events.take(), handbacks),
+                  heardBeside(calls.struck(), course.heard[step]));
         EXPECT_EQ(world.state(), course.states[step]);
       }
       // The parents' watchers keep their own record.

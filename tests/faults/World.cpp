@@ -10,7 +10,6 @@ namespace Faults {
 namespace {
 
 using Interface::IntfConfig;
-using Interface::IntfStatus;
 
 int nextNumber = 0;
 
@@ -21,22 +20,25 @@ Zon::Ptr<Zon::ActivityConfig> newActivity(World::Activity activity) {
                                                                                  : Delivery::deferring);
 }
 
-std::size_t indexOf(std::string_view slice) {
+}  // namespace
+
+std::size_t World::indexOf(std::string_view slice) {
   return static_cast<std::size_t>(std::ranges::find(sliceNames, slice) - sliceNames.begin());
 }
 
-}  // namespace
-
-World::World(Activity activity)
+World::World(Activity activity, std::shared_ptr<Makers> makers)
   : number_(nextNumber++),
+    makers_(std::move(makers)),
     activity_(newActivity(activity)),
-    configs_(Zon::newPtr<Interface::AllIntfConfigDir>("config")),
-    statuses_(Zon::newPtr<Interface::AllIntfStatusDir>("status")),
-    errdisabled_(Zon::newPtr<Errdisable::Status>("errdisable")),
-    slices_(Zon::newPtr<Zon::Dir>("slices")),
-    counters_(Zon::newPtr<Interface::AllIntfQueueCounterPtrDir>("counters")),
+    configs_(makers_->configs()),
+    statuses_(makers_->statuses()),
+    errdisabled_(makers_->errdisabled()),
+    slices_(makers_->slices()),
+    counters_(makers_->counters()),
     agent_(VaroIntf::agentFactory("interfaces")),
-    root_(VaroErrdisable::rootFactory("errdisable")) {}
+    root_(VaroErrdisable::rootFactory("errdisable")) {
+  makers_->produced(*agent_);
+}
 
 World::~World() {
   dropModules();
@@ -44,10 +46,10 @@ World::~World() {
     Pelto::ShmemMan::unlink(object);
 }
 
-void World::wireMirror() { agent_->allIntfReactorIs(activity_, configs_, statuses_); }
-void World::wireForwarding() { agent_->allIntfStatusDirSmIs(activity_, statuses_); }
-void World::wireCounters() { agent_->allIntfQueueCounterReactorIs(activity_, counters_, slices_); }
-void World::wireErrdisable() { root_->allIntfSMIs(activity_, configs_, statuses_, errdisabled_); }
+void World::wireMirror() { there(agent_).allIntfReactorIs(activity_, configs_, statuses_); }
+void World::wireForwarding() { there(agent_).allIntfStatusDirSmIs(activity_, statuses_); }
+void World::wireCounters() { there(agent_).allIntfQueueCounterReactorIs(activity_, counters_, slices_); }
+void World::wireErrdisable() { there(root_).allIntfSMIs(activity_, configs_, statuses_, errdisabled_); }
 
 void World::wire() {
   wireMirror();
@@ -56,10 +58,10 @@ void World::wire() {
   wireErrdisable();
 }
 
-void World::unwireMirror() { agent_->allIntfReactorDel(); }
-void World::unwireForwarding() { agent_->allIntfStatusDirSmDel(); }
-void World::unwireCounters() { agent_->allIntfQueueCounterReactorDel(); }
-void World::unwireErrdisable() { root_->allIntfSMDel(); }
+void World::unwireMirror() { there(agent_).allIntfReactorDel(); }
+void World::unwireForwarding() { there(agent_).allIntfStatusDirSmDel(); }
+void World::unwireCounters() { there(agent_).allIntfQueueCounterReactorDel(); }
+void World::unwireErrdisable() { there(root_).allIntfSMDel(); }
 
 void World::dropModules() noexcept {
   root_ = nullptr;
@@ -67,7 +69,7 @@ void World::dropModules() noexcept {
 }
 
 void World::addConfig(char const* intf) {
-  if (!produced()->intfConfig(intf)) produced()->intfConfigIs(Zon::newPtr<IntfConfig>(intf));
+  if (!produced()->intfConfig(intf)) produced()->intfConfigIs(makers_->config(intf));
   settle();
 }
 
@@ -86,13 +88,13 @@ void World::defaultState(char const* intf, Interface::IntfEnabledState state) {
   if (!config->defaultConfig()) config->defaultConfigIs(Zon::newPtr<IntfConfig>("default"));
   config->defaultConfig()->adminEnabledStateLocalIs(state);
   // Nobody watches defaults.
-  if (auto const machine = root_->allIntfSM()) machine->handleInitialized();
+  if (auto const machine = root_ ? root_->allIntfSM() : nullptr) machine->handleInitialized();
   settle();
 }
 
 void World::addStatus(char const* intf, bool active) {
   if (!producedStatuses()->intfStatus(intf)) {
-    auto const status = Zon::newPtr<IntfStatus>(intf);
+    auto const status = makers_->status(intf);
     status->activeIs(active);
     producedStatuses()->intfStatusIs(status);
   }
@@ -100,7 +102,7 @@ void World::addStatus(char const* intf, bool active) {
 }
 
 void World::replaceStatus(char const* intf, bool active) {
-  auto const status = Zon::newPtr<IntfStatus>(intf);
+  auto const status = makers_->status(intf);
   status->activeIs(active);
   producedStatuses()->intfStatusIs(status);
   settle();
@@ -154,7 +156,7 @@ Zon::Ptr<Interface::AllIntfQueueCounterDir> const& World::filed(std::string_view
 
 Zon::Ptr<Interface::IntfQueueCounterDir> World::newCounters(char const* intf,
                                                             std::vector<char const*> const& names) const {
-  auto made = Zon::newPtr<Interface::IntfQueueCounterDir>(intf);
+  auto made = makers_->countersOf(intf);
   for (char const* name : names)
     made->intfQueueCounterIs(Zon::newPtr<Interface::IntfQueueCounter>(name));
   return made;
@@ -163,7 +165,7 @@ Zon::Ptr<Interface::IntfQueueCounterDir> World::newCounters(char const* intf,
 void World::addSlice(char const* slice, std::vector<char const*> const& intfs, std::vector<char const*> const& counters,
                      Memory memory) {
   if (!this->slice(slice)) {
-    auto const made = Zon::newPtr<Interface::AllIntfQueueCounterDir>(slice);
+    auto const made = makers_->slice(slice);
     if (memory == Memory::named) {
       made->counterShmemManIs(newManager(slice, "counters"));
       made->statisticsShmemManIs(newManager(slice, "statistics"));
@@ -207,8 +209,11 @@ void World::removeCounter(char const* slice, char const* intf, char const* count
 }
 
 void World::settle() {
-  while (activity_ && activity_->zonPending() != 0)
-    activity_->zonDispatch();
+  while (activity_ && activity_->zonPending() != 0) {
+    // Rounds do not nest: inside one nothing is served, and whoever runs it goes on.
+    std::uint32_t const pending = activity_->zonPending();
+    if (activity_->zonDispatch() == 0 && activity_->zonPending() == pending) return;
+  }
 }
 
 void World::sweep() {

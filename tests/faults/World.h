@@ -19,7 +19,9 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,12 +42,41 @@ using Facts = std::map<std::string, std::string>;
 /// A line each: "-" only in the first, "+" only in the second; empty when they are equal.
 std::string difference(Facts const& expected, Facts const& found);
 
+/// Makes what a host makes itself; a test of foreign code makes something else, or watches it.
+class Makers {
+ public:
+  virtual ~Makers() = default;
+  virtual Zon::Ptr<Interface::AllIntfConfigDir> configs() { return Zon::newPtr<Interface::AllIntfConfigDir>("config"); }
+  virtual Zon::Ptr<Interface::AllIntfStatusDir> statuses() {
+    return Zon::newPtr<Interface::AllIntfStatusDir>("status");
+  }
+  virtual Zon::Ptr<Errdisable::Status> errdisabled() { return Zon::newPtr<Errdisable::Status>("errdisable"); }
+  virtual Zon::Ptr<Zon::Dir> slices() { return Zon::newPtr<Zon::Dir>("slices"); }
+  virtual Zon::Ptr<Interface::AllIntfQueueCounterPtrDir> counters() {
+    return Zon::newPtr<Interface::AllIntfQueueCounterPtrDir>("counters");
+  }
+  virtual Zon::Ptr<Interface::IntfConfig> config(Orvet::IntfId const& intf) {
+    return Zon::newPtr<Interface::IntfConfig>(intf);
+  }
+  virtual Zon::Ptr<Interface::IntfStatus> status(Orvet::IntfId const& intf) {
+    return Zon::newPtr<Interface::IntfStatus>(intf);
+  }
+  virtual Zon::Ptr<Interface::AllIntfQueueCounterDir> slice(Zon::Name const& name) {
+    return Zon::newPtr<Interface::AllIntfQueueCounterDir>(name);
+  }
+  virtual Zon::Ptr<Interface::IntfQueueCounterDir> countersOf(Orvet::IntfId const& intf) {
+    return Zon::newPtr<Interface::IntfQueueCounterDir>(intf);
+  }
+  /// The producers' directories were made, with an agent.
+  virtual void produced(VaroIntf::Agent&) {}
+};
+
 class World {
  public:
   enum class Activity { null, immediate, deferring };
 
   /// The host's directories, and the agent with its aggregate directory; no module watches yet.
-  explicit World(Activity activity);
+  explicit World(Activity activity, std::shared_ptr<Makers> makers = std::make_shared<Makers>());
   /// Takes the modules down, and the names of its shared memory away.
   ~World();
   World(World const&) = delete;
@@ -62,8 +93,14 @@ class World {
   void unwireForwarding();
   void unwireCounters();
   void unwireErrdisable();
-  /// Lets go of agent and root, with whatever they own.
+  /// Lets go of agent and root, with whatever they own. Without agent there are no producers: what they did before throws.
   void dropModules() noexcept;
+  void dropAgent() noexcept { agent_ = nullptr; }
+  void dropRoot() noexcept { root_ = nullptr; }
+  /// Another agent and root where they were dropped, the aggregate directory filled from the host's, all modules wired.
+  void renewModules();
+  /// A world with the inputs of this one, filled before its modules were wired: what these must come to.
+  std::unique_ptr<World> anew() const;
 
   // Producers: the aggregate directory.
   void addConfig(char const* intf);
@@ -114,14 +151,23 @@ class World {
   /// The slice that was filed under that name, null when it was removed.
   Zon::Ptr<Interface::AllIntfQueueCounterDir> const& filed(std::string_view slice) const;
   /// The producers' halves of the aggregate directory.
-  Zon::Ptr<Interface::AllIntfConfigDir> produced() const { return agent_->allIntfDir()->config(); }
-  Zon::Ptr<Interface::AllIntfStatusDir> producedStatuses() const { return agent_->allIntfDir()->status(); }
+  Zon::Ptr<Interface::AllIntfConfigDir> produced() const { return there(agent_).allIntfDir()->config(); }
+  Zon::Ptr<Interface::AllIntfStatusDir> producedStatuses() const { return there(agent_).allIntfDir()->status(); }
 
  private:
   Zon::Ptr<Interface::IntfQueueCounterDir> newCounters(char const* intf, std::vector<char const*> const& names) const;
   Zon::Ptr<Pelto::ShmemMan> newManager(char const* slice, char const* manager);
+  static std::size_t indexOf(std::string_view slice);
+
+  /// Errors: `std::logic_error` for what was dropped.
+  template <class T>
+  static T& there(Zon::Ptr<T> const& object) {
+    if (!object) throw std::logic_error("it was dropped");
+    return *object;
+  }
 
   int const number_;
+  std::shared_ptr<Makers> const makers_;
   Zon::Ptr<Zon::ActivityConfig> const activity_;
   Zon::Ptr<Interface::AllIntfConfigDir> const configs_;
   Zon::Ptr<Interface::AllIntfStatusDir> const statuses_;
