@@ -1,4 +1,4 @@
-// What the reactors of the interface directory module still hear while they die: nothing.
+// What the reactors of the interface directory module hear while they die, and before they are complete: nothing.
 
 #include <functional>
 #include <string>
@@ -73,6 +73,44 @@ TEST_F(IntfTeardown, TheStatusMachineIsSilentBeforeItsReactorsGo) {
   EXPECT_EQ(events.take(), "");
   machine = nullptr;
   EXPECT_EQ(events.take(), "~status");
+}
+
+// ---------------------------------------------------------------------------------------------------------------
+// The other end of life: before it has looked at everything, a reactor is not told of changes.
+
+TEST_F(IntfTeardown, ACounterReactorThatIsStillBeingMadeDefersNothing) {
+  auto const slice = Zon::newPtr<Slice>("a");
+  auto const manager = Zon::newPtr<RecordingShmemMan>("m", events);
+  slice->counterShmemManIs(manager);
+  slice->statisticsShmemManIs(manager);
+  auto const counters = newCounters("Ethernet1", {"drops"});
+  auto const activity = deferring();
+  manager->before = [&] { counters->intfQueueCounterNotify("drops"); };
+  auto const leaf = Leaf::AllIntfQueueCounterSliceIntfCounterReactorIs(activity, "Ethernet1", counters, slice);
+  EXPECT_EQ(activity->zonPending(), 0U);
+  manager->before = {};
+  counters->intfQueueCounterNotify("drops");
+  EXPECT_EQ(activity->zonPending(), 1U);
+}
+
+TEST_F(IntfTeardown, ASliceReactorThatIsStillBeingMadeDefersNothing) {
+  auto const slice = newSlice("a", {"Ethernet1"});
+  auto const activity = deferring();
+  auto const watcher = Zon::newPtr<PtrDirWatcher>("w", events, out);
+  watcher->act = [&](std::string const&) { slice->intfQueueCounterDirNotify("Ethernet1"); };
+  auto const reactor = SliceReactor::AllIntfQueueCounterSliceReactorIs(activity, "a", out, slice);
+  EXPECT_EQ(events.take(), "w:key(Ethernet1)");
+  EXPECT_EQ(activity->zonPending(), 0U);
+}
+
+TEST_F(IntfTeardown, SliceDiscoveryThatIsStillBeingMadeDefersNothing) {
+  slices->entityPtrIs(newSlice("a", {"Ethernet1"}));
+  auto const activity = deferring();
+  auto const watcher = Zon::newPtr<PtrDirWatcher>("w", events, out);
+  watcher->act = [&](std::string const&) { slices->entityPtrNotify("a"); };
+  auto const reactor = Discovery::AllIntfQueueCounterReactorIs(activity, out, slices);
+  EXPECT_EQ(events.take(), "w:key(Ethernet1)");
+  EXPECT_EQ(activity->zonPending(), 0U);
 }
 
 // ---------------------------------------------------------------------------------------------------------------

@@ -91,6 +91,35 @@ TYPED_TEST(HashMapIterator, VisitsEveryMemberOnceAndReportsItsBucket) {
   EXPECT_EQ(visited, "abcd");
 }
 
+TYPED_TEST(HashMapIterator, ExchangedIteratorsGoOnWhereTheOtherStood) {
+  Map<TypeParam> map;
+  this->fill(map, 20);
+  typename TestFixture::It behind(map);
+  typename TestFixture::It ahead(map);
+  for (int i = 0; i != 10; ++i)
+    ahead.advance();
+  ASSERT_NE(behind.zonBucket(), ahead.zonBucket());
+  behind.swap(ahead);
+  auto const rest = [](auto& it) {
+    std::string names;
+    for (; it; it.advance())
+      names += it->label();
+    return names;
+  };
+  EXPECT_EQ(rest(behind), "klmnopqrst");
+  EXPECT_EQ(rest(ahead), "abcdefghijklmnopqrst");
+}
+
+TYPED_TEST(HashMapIterator, AStepOnAChangedMapBringsItUpToDate) {
+  Map<TypeParam> map;
+  this->fill(map, 3);
+  typename TestFixture::It it(map);
+  add(map, 0xffffffffU, "z");
+  EXPECT_NE(it.zonModCount(), map.zonModCount());
+  it.advance();
+  EXPECT_EQ(it.zonModCount(), map.zonModCount());
+}
+
 TYPED_TEST(HashMapIterator, AtTheEndAdvancingDoesNothingAndOnlyResetRestarts) {
   Map<TypeParam> map;
   this->fill(map, 1);

@@ -150,6 +150,14 @@ TEST_F(ReactorTest, AZombiesInputsAreSilencedInOrderThenItsOwnBitIsSet) {
   EXPECT_TRUE(reader->hasNotificationActive());
 }
 
+TEST_F(ReactorTest, ItsInputsAreSilencedBeforeAReactorIsAZombie) {
+  reader->hasNotificationActiveIs(true);
+  reader->zonConfigs()->onSwitch = [&] { events.add(reader->zonMarkedForDeletion() ? "zombie" : "live"); };
+  reader->zonDoZombieReactors(true);
+  reader->zonDoZombieReactors(false);
+  EXPECT_EQ(events.take(), "live zombie");
+}
+
 TEST_F(ReactorTest, TheSameZombieStateDoesNothing) {
   observe();
   reader->zonDoZombieReactors(false);

@@ -80,6 +80,13 @@ TEST_F(TraceTest, OfAFacilityThatIsOffNoLevelIsWanted) {
   EXPECT_EQ(built, 0);
 }
 
+TEST_F(TraceTest, NumbersHaveTwelveDigits) {
+  TraceHandle const handle("TraceTest.digits", true);
+  handle.levelIs(1, true);
+  Zon::trace(handle, 1, "File", 42, "function", [](std::ostream& out) { out << 2.0 / 3; });
+  EXPECT_EQ(seen, "TraceTest.digits/1 0.666666666667|");
+}
+
 TEST_F(TraceTest, LevelsAreIndependentFrom0To31) {
   TraceHandle const handle("TraceTest.levels", true);
   handle.levelIs(0, true);

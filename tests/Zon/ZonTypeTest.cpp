@@ -202,6 +202,14 @@ TEST(IntrospectionReactorDeath, UnbalancedScopesStopTheProcess) {
   IntrospectionReactor& reactor = IntrospectionReactor::global();
   ASSERT_EQ(reactor.openScopes(), 0u);
   EXPECT_DEATH(reactor.handleScopeExit(), "assertion \"a scope is open\" failed");
+  EXPECT_DEATH(
+      {
+        reactor.handleNameSpace("open");
+        reactor.handleType(Ptr<ZonType const>(newNode("open::Type")), {});
+        reactor.handleAttr(newPtr<ZonAttr>("a", Ptr<ZonType>(), ZonAttr::AttrFlags(), 130));
+        reactor.handleScopeExit();
+      },
+      "assertion \"a scope is open\" failed");
   EXPECT_DEATH(reactor.handleAttr(newPtr<ZonAttr>("a", Ptr<ZonType>(), ZonAttr::AttrFlags(), 1)),
                "assertion \"a type is open\" failed");
   EXPECT_DEATH(reactor.handleAttrContextExit(), "assertion \"an attribute is open\" failed");

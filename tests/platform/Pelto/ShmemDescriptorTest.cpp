@@ -1,6 +1,8 @@
 // What a manager does with descriptors, names and mappings of its process. Every test is a process of its own.
 
 #include <cerrno>
+#include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -13,6 +15,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -77,6 +80,11 @@ TEST(ShmemDescriptors, AMakerOfANamedObjectWaitsForTheLockThoughItsProcessNeverF
   int released[2];
   ASSERT_EQ(::pipe(ready), 0);
   ASSERT_EQ(::pipe(released), 0);
+  // Interrupts the wait: it is not restarted by itself.
+  struct sigaction heard {};
+  heard.sa_handler = [](int) {};
+  struct sigaction before {};
+  ASSERT_EQ(::sigaction(SIGUSR1, &heard, &before), 0);
   pid_t const child = ::fork();
   if (child == 0) {
     int const fd = ::shm_open(ShmemObject::objectName(name).c_str(), O_RDWR, 0);
@@ -84,7 +92,9 @@ TEST(ShmemDescriptors, AMakerOfANamedObjectWaitsForTheLockThoughItsProcessNeverF
     whole.l_type = F_WRLCK;
     check(::fcntl(fd, F_SETLKW, &whole) == 0, "locked");
     check(::write(ready[1], "r", 1) == 1, "ready");
-    ::usleep(100'000);
+    ::usleep(50'000);
+    check(::kill(::getppid(), SIGUSR1) == 0, "the waiting one is interrupted");
+    ::usleep(50'000);
     check(::write(released[1], "r", 1) == 1, "released");
     ::_exit(0);  // with it goes the lock
   }
@@ -96,6 +106,7 @@ TEST(ShmemDescriptors, AMakerOfANamedObjectWaitsForTheLockThoughItsProcessNeverF
   int status = 0;
   EXPECT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
+  EXPECT_EQ(::sigaction(SIGUSR1, &before, nullptr), 0);
   for (int const fd : {ready[0], ready[1], released[0], released[1]})
     ::close(fd);
   EXPECT_TRUE(ShmemMan::unlink(name));
@@ -150,8 +161,44 @@ TEST(ShmemDescriptors, AnOldErrorOpensNothingTwice) {
   {
     auto const second = Zon::newPtr<ShmemMan>(name);
     EXPECT_EQ(openDescriptors(), before + 1);
+    // Nor is it waited for again.
+    errno = EINTR;
+    EXPECT_TRUE(second->newCounterBlock("a"));
   }
   EXPECT_EQ(openDescriptors(), before);
+  EXPECT_TRUE(ShmemMan::unlink(name));
+}
+
+TEST(ShmemDescriptors, AHeaderThatCannotBeWrittenIsToldAsSuch) {
+  std::string const name = newName();
+  inChild([&] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit const none = {0, RLIM_INFINITY};
+    check(::setrlimit(RLIMIT_FSIZE, &none) == 0, "limited");
+    std::string refused;
+    try {
+      Zon::newPtr<ShmemMan>(name);
+    } catch (Zon::RangeException const& exception) {
+      refused = exception.what();
+    }
+    check(refused.find("cannot write its header") != std::string::npos, refused.c_str());
+  });
+  ShmemMan::unlink(name);
+}
+
+TEST(ShmemDescriptors, AHeaderOfAnImpossibleCapacityIsFaulty) {
+  std::string const name = newName();
+  auto const manager = Zon::newPtr<ShmemMan>(name);
+  int const fd = ::shm_open(ShmemObject::objectName(name).c_str(), O_RDWR, 0);
+  ShmemObject::Header header{};
+  ASSERT_EQ(::pread(fd, &header, sizeof header, 0), static_cast<ssize_t>(sizeof header));
+  ::close(fd);
+  EXPECT_EQ(ShmemObject::shapeFault(header), "");
+  for (std::uint64_t const capacity :
+       {std::uint64_t{0}, std::uint64_t{sizeof header} - 1, std::uint64_t{PTRDIFF_MAX} + 1, ~std::uint64_t{0}}) {
+    header.capacity = capacity;
+    EXPECT_NE(ShmemObject::shapeFault(header), "") << capacity;
+  }
   EXPECT_TRUE(ShmemMan::unlink(name));
 }
 
