@@ -68,12 +68,6 @@ mode_t defaultPermissions() {
 
 }  // namespace
 
-AtomicFile::Descriptor::~Descriptor() {
-  if (number >= 0) {
-    ::close(number);
-  }
-}
-
 AtomicFile::AtomicFile(std::string const& file) : name_(file), target_(resolved(file)) {
   struct stat facts {};
   // Of the name as it was given: what a descriptor's name under /proc leads to has no other.

@@ -22,6 +22,7 @@
 #include <memory>
 #include <string>
 
+#include "host/Descriptor.h"
 #include "host/Output.h"
 
 namespace VaroHost {
@@ -42,12 +43,6 @@ class AtomicFile {
   void commit();
 
  private:
-  /// Closes itself after the output over it.
-  struct Descriptor {
-    ~Descriptor();
-    int number = -1;
-  };
-
   /// Opens what is written to: without a name where that is possible. False, and `errno`, on failure.
   bool open();
   /// Gives what was written a name beside the target. False, and `errno`, on failure.
@@ -58,7 +53,7 @@ class AtomicFile {
   std::string const name_;    ///< as it was given
   std::string const target_;  ///< where the name leads
   std::string temporary_;     ///< name of what is written, empty while it has none
-  Descriptor descriptor_;
+  Descriptor descriptor_;     ///< closes after the output over it
   std::unique_ptr<Output> output_;
 };
 

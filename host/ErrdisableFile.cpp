@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/Descriptor.h"
 #include "host/Trouble.h"
 
 namespace VaroHost {
@@ -46,13 +47,11 @@ ErrdisableFile readOpen(int descriptor) {
 
 ErrdisableFile readOnce(std::string const& file) {
   // Nonblocking: a pipe in the file's place must not stop everything.
-  int const descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-  if (descriptor < 0) {
+  Descriptor const descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  if (descriptor.number < 0) {
     return errno == ENOENT ? ErrdisableFile{Result::absent, ""} : refused("cannot open", errno);
   }
-  ErrdisableFile read = readOpen(descriptor);
-  ::close(descriptor);
-  return read;
+  return readOpen(descriptor.number);
 }
 
 }  // namespace

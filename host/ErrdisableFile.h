@@ -5,7 +5,8 @@
 ///
 /// Guarantees
 ///   A  A text is what the file held as a whole: of one that was cut or written meanwhile nothing is told, and whoever
-///      watches the file will hear of it.
+///      watches the file will hear of it. (Time stamps are coarse: a writing in place that keeps the size, within one
+///      tick of the file system's clock, goes unnoticed until then, and the text may be mixed.)
 ///   B  Nothing in the file's place can stop the reader: pipes, devices and directories are refused, and what is huge.
 ///
 /// Use
