@@ -10,10 +10,10 @@
 #include <unistd.h>
 
 #include "HostProcess.h"
-#include "NetworkNamespace.h"
 #include "SharedObject.h"
 #include "TerminalProcess.h"
 #include "Zon/Ptr.h"
+#include "support/PrivateMount.h"
 
 // The managers live in the test, the command reads them from a process of its own.
 
@@ -28,8 +28,6 @@ class Counters : public testing::Test {
 
   /// The two objects most tests read.
   void SetUp() override {
-    // Where that is not permitted, objects that other programs damage meanwhile may be seen.
-    static_cast<void>(SharedObjects::enterPrivate());
     interfaces_ = manager("card.intf");
     SharedObjects::set(*interfaces_, "Ethernet10-drops", 7);
     SharedObjects::set(*interfaces_, "Ethernet2-drops", 18446744073709551615U);
@@ -40,6 +38,8 @@ class Counters : public testing::Test {
 
   std::string prefix() const { return objects_.prefix(); }
 
+  /// Where it is not permitted, objects that other programs damage meanwhile may be seen.
+  Support::PrivateMount const sharedMemory_{"/dev/shm", "size=16m"};
   SharedObjects objects_;
   Zon::Ptr<ShmemMan> interfaces_;
   Zon::Ptr<ShmemMan> queues_;
@@ -443,11 +443,9 @@ TEST_F(Counters, WrongUsageIsTrouble) {
 // With a /dev/shm of its own, so that nobody else's objects count.
 
 TEST(CountersOfAll, WithoutANameAllManagersAreShownAndOtherFilesPassedBy) {
-  if (std::string const reason = SharedObjects::enterPrivate(); !reason.empty()) {
-    if (NetworkNamespace::isRequired()) {
-      FAIL() << reason;
-    }
-    GTEST_SKIP() << reason;
+  Support::PrivateMount const sharedMemory("/dev/shm", "size=16m");
+  if (!sharedMemory.reason().empty()) {
+    return Support::Namespace::refuse(sharedMemory.reason());
   }
   EXPECT_EQ(runHost({"counters"}).out, "Object  Block  Value\n\n0 objects, 0 blocks\n");
   EXPECT_EQ(runHost({"counters", "--json"}).out, "{\n  \"varo:counters\": {\n    \"object\": []\n  }\n}\n");

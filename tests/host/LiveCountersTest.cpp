@@ -4,13 +4,8 @@
 #include <map>
 #include <string>
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <linux/if_ether.h>
-#include <linux/if_packet.h>
-#include <net/if.h>
 #include <nlohmann/json.hpp>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include "HostProcess.h"
@@ -85,21 +80,6 @@ class LiveCounters : public VethTest {
     return testing::AssertionFailure() << last;
   }
 
-  static void sendFrames(std::string const& link, int count) {
-    int const socket = ::socket(AF_PACKET, SOCK_RAW, htons(ETH_P_ALL));
-    sockaddr_ll to{};
-    to.sll_family = AF_PACKET;
-    to.sll_ifindex = static_cast<int>(::if_nametoindex(link.c_str()));
-    char frame[200] = "\xff\xff\xff\xff\xff\xff\x02\0\0\0\0\1\x88\xb5";
-    for (int at = 0; at < count; ++at) {
-      // While the link is coming up the kernel has no room.
-      while (::sendto(socket, frame, sizeof frame, 0, reinterpret_cast<sockaddr*>(&to), sizeof to) < 0) {
-        ::usleep(1000);
-      }
-    }
-    ::close(socket);
-  }
-
   SharedObjects objects_;
   std::string prefix_;
 };
@@ -111,7 +91,7 @@ TEST_F(LiveCounters, TrafficMovesTheCountersThatASecondProcessSees) {
   ASSERT_TRUE(process.waitFor("3 interfaces: "));
   auto const before = blocks();
   ASSERT_EQ(before.size(), 3U * 9U * 19U);
-  sendFrames("a0", 50);
+  NetworkNamespace::sendFrames("a0", 50);
   EXPECT_TRUE(agrees("a0"));
   EXPECT_TRUE(agrees("a1"));
   auto const after = blocks();
@@ -124,7 +104,7 @@ TEST_F(LiveCounters, TrafficMovesTheCountersThatASecondProcessSees) {
 }
 
 TEST_F(LiveCounters, AMomentTakesTheValuesOnce) {
-  sendFrames("a0", 20);
+  NetworkNamespace::sendFrames("a0", 20);
   ASSERT_TRUE(NetworkNamespace::eventually([] { return kernelCounters("a1").at("a1-in-octets") >= 4000; }));
   auto const result = runHost({"live", "--counters", prefix_});
   EXPECT_EQ(result.status, 0) << result.err;
@@ -133,7 +113,7 @@ TEST_F(LiveCounters, AMomentTakesTheValuesOnce) {
 
 TEST_F(LiveCounters, QueuesOfAMultiQueueDisciplineAreCounted) {
   NetworkNamespace::tc("qdisc add dev a0 root handle 1: mq");
-  sendFrames("a0", 20);
+  NetworkNamespace::sendFrames("a0", 20);
   ASSERT_TRUE(NetworkNamespace::eventually([] { return kernelCounters("a1").at("a1-in-octets") >= 4000; }));
   auto const result = runHost({"live", "--counters", prefix_});
   EXPECT_EQ(result.status, 0) << result.err;
@@ -168,8 +148,8 @@ TEST_F(LiveCounters, QueuesOfAMultiQueueDisciplineAreCounted) {
 TEST_F(LiveCounters, TheDisciplineOfASingleQueueIsItsCount) {
   NetworkNamespace::tc("qdisc add dev a1 root pfifo");
   NetworkNamespace::tc("qdisc add dev a0 root pfifo");
-  sendFrames("a1", 20);
-  sendFrames("a0", 20);
+  NetworkNamespace::sendFrames("a1", 20);
+  NetworkNamespace::sendFrames("a0", 20);
   ASSERT_EQ(runHost({"live", "--counters", prefix_}).status, 0);
   auto const seen = blocks();
   EXPECT_GE(seen.at("a1-0-out-octets"), 4000U);
@@ -185,7 +165,7 @@ TEST_F(LiveCounters, ARenamedLinkCountsUnderItsNewName) {
   ip("link set a0 name b0");
   ip("link set b0 up");
   ASSERT_TRUE(process.waitFor("a0: renamed to b0\n"));
-  sendFrames("b0", 10);
+  NetworkNamespace::sendFrames("b0", 10);
   EXPECT_TRUE(agrees("b0"));
   auto const seen = blocks();
   EXPECT_GE(seen.at("b0-out-octets"), seen.at("a0-out-octets") + 2000);
@@ -196,7 +176,7 @@ TEST_F(LiveCounters, ARenamedLinkCountsUnderItsNewName) {
 TEST_F(LiveCounters, ALinkThatGoesLeavesItsBlocksAndOneOfItsNameTakesThem) {
   HostProcess process({"live", "--follow", "--counters", prefix_, "--interval", "0.02"});
   ASSERT_TRUE(process.waitFor("3 interfaces: "));
-  sendFrames("a0", 100);
+  NetworkNamespace::sendFrames("a0", 100);
   ASSERT_TRUE(agrees("a0"));
   std::uint64_t const old = blocks().at("a0-out-octets");
   ip("link delete dev a0");
@@ -222,7 +202,7 @@ TEST_F(LiveCounters, TwoHostsOfOneNameShareTheBlocks) {
   ASSERT_TRUE(first.waitFor("y9: added\n"));
   ASSERT_TRUE(second.waitFor("y9: added\n"));
   EXPECT_TRUE(NetworkNamespace::eventually([&] { return blocks().size() == 23U * 9U * 19U; }));
-  sendFrames("a0", 10);
+  NetworkNamespace::sendFrames("a0", 10);
   EXPECT_TRUE(agrees("a1"));
   for (HostProcess* const process : {&first, &second}) {
     process->signal(SIGINT);

@@ -4,16 +4,13 @@
 /// Named objects of counters for one test, unlike those of any other, gone when it ends.
 
 #include <atomic>
-#include <cerrno>
 #include <cstdint>
-#include <cstring>
+#include <cstdlib>
 #include <set>
 #include <string>
 
 #include <fcntl.h>
-#include <sched.h>
 #include <sys/mman.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 #include "platform/Pelto/ShmemMan.h"
@@ -28,13 +25,6 @@ class SharedObjects {
   }
   SharedObjects(SharedObjects const&) = delete;
   SharedObjects& operator=(SharedObjects const&) = delete;
-
-  /// Gives this process shared memory of its own; the reason when that is not permitted, else empty.
-  static std::string enterPrivate() {
-    bool const isIn = ::unshare(CLONE_NEWNS) == 0 && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                      ::mount("none", "/dev/shm", "tmpfs", 0, "size=16m") == 0;
-    return isIn ? "" : std::string("mount namespaces are not permitted here: ") + std::strerror(errno);
-  }
 
   /// A name of this test's own; its object is removed at the end, whoever makes it.
   std::string name(std::string const& word) {

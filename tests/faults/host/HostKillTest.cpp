@@ -210,6 +210,7 @@ TEST_F(HostKilledLive, AnEnforcingHostLeavesAWholeStateAndTheNextOneIsRight) {
   EXPECT_GT(killed, 0);
 
   ASSERT_TRUE(NetworkNamespace::becomesOperationally("a0", "UP"));
+  NetworkNamespace::sendFrames("a0", 10);
   HostProcess process(arguments);
   ASSERT_TRUE(process.waitFor("a0: set down (udld)\n")) << process.err();
   EXPECT_FALSE(NetworkNamespace::isUp("a0"));
@@ -222,5 +223,5 @@ TEST_F(HostKilledLive, AnEnforcingHostLeavesAWholeStateAndTheNextOneIsRight) {
   EXPECT_EQ(written.at("counterBlocks").at("counterShmemMan").size(), 3U * 9) << "of three links, each once";
   auto const shown = runHost({"counters", "--json", object});
   EXPECT_EQ(shown.status, 0) << shown.err;
-  EXPECT_GT(shownValue(object, "a1-out-pkts") + shownValue(object, "a1-in-pkts"), 0U) << "the kernel's own numbers";
+  EXPECT_GE(shownValue(object, "a1-in-pkts"), 10U) << "the kernel's own numbers";
 }
