@@ -80,11 +80,28 @@ inline void deliverTo(N& watcher, AttributeId id, Call const& call) {
   Expect(0).run([&] { call(watcher); }, [&](char const* text) { handBackException(watcher, id, text); });
 }
 
+/// \param room where the snapshot goes, when that is not the iterator's affair.
+template <Deliver policy, class N, class Call, class... Room>
+[[gnu::always_inline]] inline void deliverToSnapshot(ListRaw<N> const& watchers, AttributeId id, Call const& call,
+                                                     Room... room) {
+  for (SnapshotIterator<ListRaw<N>> watcher(watchers, room...); watcher; ++watcher, watcher.skipDropped()) {
+    deliverTo<policy>(*watcher, id, call);
+  }
+}
+
+/// A delivery without memory for its snapshot: the change stands already, so its watchers hear of it all the same.
+template <Deliver policy, class N, class Call>
+[[gnu::noinline, gnu::cold]] void deliverFromStack(ListRaw<N> const& watchers, AttributeId id, Call const& call) {
+  deliverToSnapshot<policy>(watchers, id, call, static_cast<N**>(__builtin_alloca(watchers.count() * sizeof(N*))));
+}
+
 /// A delivery to a list of more than one watcher.
 template <Deliver policy, class N, class Call>
 [[gnu::noinline]] void deliverToMany(ListRaw<N> const& watchers, AttributeId id, Call const& call) {
-  for (SnapshotIterator<ListRaw<N>> watcher(watchers); watcher; ++watcher, watcher.skipDropped()) {
-    deliverTo<policy>(*watcher, id, call);
+  try {
+    deliverToSnapshot<policy>(watchers, id, call);
+  } catch (typename SnapshotIterator<ListRaw<N>>::NoRoom const&) {
+    deliverFromStack<policy>(watchers, id, call);
   }
 }
 

@@ -9,7 +9,8 @@
 ///      afterwards does not matter.
 ///   B  Every member not yet passed is held by one reference; the one the iterator leaves is released at once, and
 ///      the snapshot has forgotten it before its destructor can run.
-///   C  Up to `inlineCapacity` members it does not touch the heap.
+///   C  Up to `inlineCapacity` members it does not touch the heap; beyond, `NoRoom` says that there is no memory, and
+///      whoever cannot give up walks a snapshot in room of his own.
 ///
 /// Use
 ///
@@ -23,6 +24,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 
 #include "Zon/ListRaw.h"
 
@@ -35,21 +37,20 @@ class SnapshotIterator {
 
   static constexpr std::uint32_t inlineCapacity = 16;
 
-  /// Copies the list and tells it when the copying walk is over.
+  /// No memory for the snapshot; nothing has happened.
+  class NoRoom : public std::bad_alloc {};
+
+  /// Copies the list and tells it when the copying walk is over. Throws `NoRoom`.
   explicit SnapshotIterator(List const& list) : elements_(inline_) {
     if (list.count() > inlineCapacity) [[unlikely]] {
-      heap_.reset(new Member*[list.count()]);
+      heap_.reset(new (std::nothrow) Member*[list.count()]);
+      if (heap_ == nullptr) throw NoRoom();
       elements_ = heap_.get();
     }
-    // By hand: an iterator whose address is handed out would not stay in a register.
-    Member** end = elements_;
-    for (PtrInterface* member = list.head(); member != nullptr; member = ListRawLink<Member>::next(member)) {
-      increment(member);
-      *end++ = static_cast<Member*>(member);
-    }
-    end_ = end;
-    list.zonWalkEnded(typename List::LrIteratorConst());
+    copy(list);
   }
+  /// The same in `room`, which has space for all members and outlives the iterator.
+  SnapshotIterator(List const& list, Member** room) : elements_(room) { copy(list); }
   SnapshotIterator(SnapshotIterator const&) = delete;
   SnapshotIterator& operator=(SnapshotIterator const&) = delete;
   ~SnapshotIterator() {
@@ -78,6 +79,17 @@ class SnapshotIterator {
   }
 
  private:
+  void copy(List const& list) {
+    // By hand: an iterator whose address is handed out would not stay in a register.
+    Member** end = elements_;
+    for (PtrInterface* member = list.head(); member != nullptr; member = ListRawLink<Member>::next(member)) {
+      increment(member);
+      *end++ = static_cast<Member*>(member);
+    }
+    end_ = end;
+    list.zonWalkEnded(typename List::LrIteratorConst());
+  }
+
   // The references of [elements_, end_) are owned; what lies before was released.
   Member** elements_;
   Member** end_;

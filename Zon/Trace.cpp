@@ -107,7 +107,7 @@ class TraceRegistry {
     return first;
   }
 
-  /// A facility that is not in the list, and so off for good. In place, and never destroyed.
+  /// The facility of handles that could not get theirs: not in the list, off for good. In place, never destroyed.
   static Facility* nowhere() noexcept {
     alignas(Facility) static std::byte place[sizeof(Facility)];
     static auto* const made = new (place) Facility(String8(), nullptr);
@@ -148,6 +148,7 @@ String8 TraceHandle::name() const { return facility_->name; }
 bool TraceHandle::enabled() const noexcept { return facility_->enabled.load(std::memory_order_relaxed); }
 
 void TraceHandle::enabledIs(bool enabled) const {
+  if (facility_ == TraceRegistry::nowhere()) return;
   std::lock_guard const guard(registryLock);
   facility_->enabled.store(enabled, std::memory_order_relaxed);
   TraceRegistry::refresh(*facility_);
@@ -160,6 +161,7 @@ bool TraceHandle::level(unsigned level) const {
 
 void TraceHandle::levelIs(unsigned level, bool on) const {
   require(level < levels, "level < 32", "Zon/Trace", __LINE__, "TraceHandle::levelIs");
+  if (facility_ == TraceRegistry::nowhere()) return;
   std::lock_guard const guard(registryLock);
   std::uint32_t const bit = std::uint32_t{1} << level;
   std::uint32_t const now = facility_->levelsOn.load(std::memory_order_relaxed);
@@ -223,7 +225,7 @@ TraceHandle::Facility* LazyTraceHandle::find() const noexcept {
     TraceHandle::Facility* const found = TraceHandle(name_, false).facility_;
     facility_.store(found, std::memory_order_release);
     return found;
-  } catch (std::bad_alloc const&) {
+  } catch (...) {
     // Guarantee D: this line is lost, what it tells of is not. The next one tries again.
     return TraceRegistry::nowhere();
   }

@@ -1,5 +1,6 @@
 #include <array>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -46,6 +47,8 @@ TEST(LazyTraceHandleWithoutMemory, LosesItsLinesAndFindsItsFacilityLater) {
   Zon::LazyTraceHandle const handle("LazyTraceHandleWithoutMemory");
   FailingAllocations faults(1, Which::thatAndAllLater);
   bool const isWanted = handle.wanted(7);
+  // Nobody else may be switched on by what is meant for a facility that is not there.
+  Zon::TraceHandle(handle).enabledIs(true);
   bool const isEnabled = Zon::TraceHandle(handle).enabled();
   faults.end();
   EXPECT_GT(faults.failures(), 0U);
@@ -81,6 +84,33 @@ TEST(DeliveryWithoutMemory, HandsEveryWatcherItsExceptionBack) {
   faults.end();
   for (auto const& watcher : watchers)
     EXPECT_EQ(watcher->failed, 1);
+}
+
+class Listener final : public Interface::IntfConfig::NotifieeConst {
+ public:
+  void onEnabledStateReason() override { ++heard; }
+  int heard = 0;
+};
+
+// A snapshot of many watchers takes memory, and the value has changed before it is taken.
+TEST(DeliveryWithoutMemory, ReachesMoreWatchersThanASnapshotHasPlacesFor) {
+  auto const config = Zon::newPtr<Interface::IntfConfig>("Ethernet1");
+  std::vector<Zon::Ptr<Listener>> watchers;
+  for (int i = 0; i < 100; ++i) {
+    watchers.push_back(Zon::newPtr<Listener>());
+    watchers.back()->notifierIs(config);
+    watchers.back()->hasNotificationActiveIs(true);
+    watchers.back()->isRegisteredNotifieeIs(true);
+  }
+  Zon::String8 const reason = "loopguard";
+  FailingAllocations faults(1, Which::thatAndAllLater);
+  EXPECT_NO_THROW(config->enabledStateReasonIs(reason));
+  faults.end();
+  EXPECT_GT(faults.failures(), 0U);
+  for (auto const& watcher : watchers) {
+    EXPECT_EQ(watcher->heard, 1);
+    EXPECT_EQ(watcher->zonReferences(), 1U);
+  }
 }
 
 TEST(ReactorWithoutMemory, StaysWholeOnItsActivity) {

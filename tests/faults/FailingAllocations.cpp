@@ -59,7 +59,7 @@ using Faults::giveBack;
 
 constexpr std::size_t usual = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
-// The forms of arrays are the library's own: they call these.
+// A sanitizer has forms of its own for all of these, so the forms of arrays must be replaced as well.
 void* operator new(std::size_t size) { return allocateOrThrow(size, usual); }
 void* operator new(std::size_t size, std::nothrow_t const&) noexcept { return allocate(size, usual); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
@@ -74,3 +74,17 @@ void operator delete(void* block, std::nothrow_t const&) noexcept { giveBack(blo
 void operator delete(void* block, std::align_val_t) noexcept { giveBack(block); }
 void operator delete(void* block, std::size_t, std::align_val_t) noexcept { giveBack(block); }
 void operator delete(void* block, std::align_val_t, std::nothrow_t const&) noexcept { giveBack(block); }
+void* operator new[](std::size_t size) { return allocateOrThrow(size, usual); }
+void* operator new[](std::size_t size, std::nothrow_t const&) noexcept { return allocate(size, usual); }
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+  return allocateOrThrow(size, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t size, std::align_val_t alignment, std::nothrow_t const&) noexcept {
+  return allocate(size, static_cast<std::size_t>(alignment));
+}
+void operator delete[](void* block) noexcept { giveBack(block); }
+void operator delete[](void* block, std::size_t) noexcept { giveBack(block); }
+void operator delete[](void* block, std::nothrow_t const&) noexcept { giveBack(block); }
+void operator delete[](void* block, std::align_val_t) noexcept { giveBack(block); }
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { giveBack(block); }
+void operator delete[](void* block, std::align_val_t, std::nothrow_t const&) noexcept { giveBack(block); }
