@@ -1,11 +1,13 @@
 #include "model/Driver.h"
 
+#include <csignal>
 #include <cstring>
 #include <new>
 #include <stdexcept>
 #include <utility>
 
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -49,6 +51,8 @@ class SharedReport {
 
 constexpr int differs = 3;
 constexpr int leaks = 4;
+/// Seconds for one sequence, which takes milliseconds: what takes longer goes round in circles.
+constexpr unsigned patience = 120;
 
 /// Runs `act` in a child process; empty when it returned true, else how it ended.
 template <class Act>
@@ -56,6 +60,7 @@ std::string inChild(Report& report, Act const& act) {
   pid_t const child = fork();
   if (child < 0) throw std::bad_alloc();
   if (child == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     int code = differs;
     try {
       code = act() ? 0 : differs;
@@ -69,6 +74,7 @@ std::string inChild(Report& report, Act const& act) {
   int status = 0;
   while (waitpid(child, &status, 0) < 0) {
   }
+  if (WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM) return "not done after " + std::to_string(patience) + " s\n";
   if (WIFSIGNALED(status)) return "ended by signal " + std::to_string(WTERMSIG(status)) + "\n";
   switch (WEXITSTATUS(status)) {
   case 0:
@@ -114,6 +120,7 @@ class Driver::Run {
  public:
   Run(WalkOrders const& orders, Report& report) : filter_(orders), report_(report) {
     report_.step = 0;
+    alarm(patience);
     compare(Operation());
   }
 
