@@ -17,8 +17,19 @@ void checkAdoptable(Entity const& owner, Ptr<Entity> const& member) {
 }
 
 void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entity> const& added) {
-  added->parentAttrIdIs(id);
-  added->zonMoveUnder(&owner);
+  auto const move = [&]() noexcept {
+    added->zonMoveUnder(&owner);
+    if (replaced) {
+      replaced->zonMoveUnder(nullptr);
+    }
+  };
+  try {
+    added->parentAttrIdIs(id);
+  } catch (...) {
+    move();
+    throw;
+  }
+  move();
   if (replaced) {
     replaced->parentIs(nullptr);
   }
@@ -26,6 +37,11 @@ void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entit
   if (added->zonIsChildOf(&owner)) {
     added->parentIs(&owner);
   }
+}
+
+void release(Entity& removed) {
+  removed.zonMoveUnder(nullptr);
+  removed.parentIs(nullptr);
 }
 
 }  // namespace Zon

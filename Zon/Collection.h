@@ -144,6 +144,18 @@ class MapCollection : private CollectionNotifier<X> {
 
   void notify(X& owner, Key const& key) { this->tellKey(owner, key); }
   void notify(X& owner) { this->tellAll(owner); }
+  /// Does what belongs to a change of the map, then tells of it: also when foreign code throws meanwhile, for the map
+  /// has changed already.
+  template <class Act>
+  void notifyAfter(X& owner, Key const& key, Act const& act) {
+    try {
+      act();
+    } catch (...) {
+      notify(owner, key);
+      throw;
+    }
+    notify(owner, key);
+  }
 
   Map const& map() const noexcept { return map_; }
   Iterator iterator() { return Iterator(map_); }
@@ -172,8 +184,7 @@ class MapCollection : private CollectionNotifier<X> {
     Ptr<M> removed = take(where);
     if (removed) {
       Ptr<X> const held(&owner);
-      leave(*removed);
-      notify(owner, removed->fwkKey());
+      notifyAfter(owner, removed->fwkKey(), [&] { leave(*removed); });
     }
     return removed;
   }
@@ -242,6 +253,7 @@ class PointerCollection : private ValueCollection<X, Entry> {
   using Base::map;
   using Base::members;
   using Base::notify;
+  using Base::notifyAfter;
   using Base::store;
 
   /// The entity of a key, null when absent.
@@ -262,8 +274,11 @@ class PointerCollection : private ValueCollection<X, Entry> {
 /// Refuses null and what has another parent.
 void checkAdoptable(Entity const& owner, Ptr<Entity> const& member);
 /// Makes `owner` the parent of `added`, under the attribute `id`, in place of `replaced` (null allowed). Both have moved
-/// before the watchers of either hear of it.
+/// before the watchers of either hear of it, whatever their overridden operations throw.
 void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entity> const& added);
+
+/// Leaves `removed` without parent, whatever its overridden operation throws.
+void release(Entity& removed);
 
 /// M is both entity and map member, filed under its own `fwkKey()`.
 template <class X, class M, class K>
@@ -281,8 +296,7 @@ class OwningCollection : public MapCollection<X, M, K> {
     }
     Ptr<M> const replaced = this->take(key);
     this->add(added, key);
-    adopt(owner, X::NotifieeConst::zonCollection.id, replaced, added);
-    this->notify(owner, key);
+    this->notifyAfter(owner, key, [&] { adopt(owner, X::NotifieeConst::zonCollection.id, replaced, added); });
   }
 
   template <class Where>
@@ -292,7 +306,7 @@ class OwningCollection : public MapCollection<X, M, K> {
   void delAll(X& owner) { this->removeAll(owner, letGo); }
 
  private:
-  static void letGo(M& removed) { removed.parentIs(nullptr); }
+  static void letGo(M& removed) { release(removed); }
 };
 
 }  // namespace Zon

@@ -28,8 +28,7 @@ void Dir::entityPtrIs(Ptr<Entity> const& entity) {
   if (Ptr<Dir> const subdir = ptrCast<Dir>(added)) {
     subdirs_.newMember(subdir, HashMap<Dir, Name>::hashOf(key));
   }
-  adopt(*this, NotifieeConst::zonCollection.id, replaced, added);
-  entries_.notify(*this, key);
+  entries_.notifyAfter(*this, key, [&] { adopt(*this, NotifieeConst::zonCollection.id, replaced, added); });
 }
 
 Ptr<Entity> Dir::entityPtrDel(Name name) {
@@ -48,7 +47,7 @@ void Dir::leave(Entity& removed) {
   if (auto* const subdir = dynamic_cast<Dir*>(&removed)) {
     subdirs_.memberDel(subdir->fwkKey());
   }
-  removed.parentIs(nullptr);
+  release(removed);
 }
 
 void Dir::entityPtrNotify(Name const& name) { entries_.notify(*this, name); }

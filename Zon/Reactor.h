@@ -16,6 +16,7 @@
 ///      the members then go in reverse order of declaration. Nothing is thrown.
 ///   D  Whatever calls out holds the reactor and what it works on.
 
+#include <exception>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -137,7 +138,16 @@ class ReactorOf : public Reactor {
     // Held meanwhile, so that every input finds it: when it cannot be made, nothing has changed.
     Ptr<ActivitySm> const machine = zonActivitySmFor(activity);
     activity_ = activity;
-    forEachInput([this](auto& input) { input.zonFwkActivityIs(zonFwkActivity()); });
+    // Every input moves, whatever the pending work of one of them throws.
+    std::exception_ptr thrown;
+    forEachInput([&](auto& input) {
+      try {
+        input.zonFwkActivityIs(zonFwkActivity());
+      } catch (...) {
+        if (!thrown) thrown = std::current_exception();
+      }
+    });
+    if (thrown) std::rethrow_exception(thrown);
   }
 
   void zonDoZombieReactors(bool zombie) override {
