@@ -614,6 +614,19 @@ TEST_F(ShmemManTest, ATruncatedObjectIsRefusedAndEndsWhatIsSeenLater) {
   EXPECT_EQ(reader->counterBlocks(), 0U);
 }
 
+// The next record would begin where the memory ends: not even its head may be looked at.
+TEST_F(ShmemManTest, ACountThatExceedsAnObjectFullToItsLastByteIsRefused) {
+  auto const writer = make(1 << 20);
+  for (int i = 0; i != 30; ++i)
+    writer->newCounterBlock("b" + std::to_string(i));
+  writer->newCounterBlock(std::string(64, 'n'));
+  Raw const raw(name_);
+  ASSERT_EQ(raw.header().used, 4096U);
+  ASSERT_EQ(::ftruncate(raw.fd, 4096), 0);
+  raw.write(offsetof(ShmemObject::Header, blockCount), raw.header().blockCount + 1);
+  EXPECT_NE(refusal([&] { ShmemMan::attach(name_); }).find("damaged"), std::string::npos);
+}
+
 TEST_F(ShmemManTest, AnObjectThatAnotherProgramCutsInUseMakesNoMoreBlocks) {
   auto const manager = make();
   for (int i = 0; i != 60; ++i)
