@@ -33,6 +33,8 @@ SWITCH = "tests/mutation/Selected.h"
 GOAL = 0.95
 # Programs that take longer run after all others.
 SLOW_SECONDS = 2.0
+# The status of a failed test that ran in namespaces of its own.
+ISOLATED_FAILURE = 99
 
 # Programs that are not run, with the reason.
 NOT_RUN = {
@@ -195,10 +197,12 @@ class Programs:
     @staticmethod
     def find_isolation():
         """A change must not leave processes, shared memory or files to the next: every run has its own of each."""
-        # The shell stays: as first process of its namespace a program would not get its own signals.
-        setup = 'mount -t tmpfs none /dev/shm && "$@"; exit $?'
+        # The shell stays: as first process of its namespace a program would not get its own signals. A failed test
+        # gets a status of its own, for unshare and mount may fail as well, and that is nobody's merit.
+        mounts = ["mount -t tmpfs none /dev/shm || exit"]
         if ROOT.parts[1] != "tmp":
-            setup = "mount -t tmpfs none /tmp && " + setup
+            mounts.append("mount -t tmpfs none /tmp || exit")
+        setup = "; ".join(mounts + [f'"$@"; status=$?; [ $status = 1 ] && exit {ISOLATED_FAILURE}; exit $status'])
         flags = ["--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
         for extra in ([], ["--map-root-user"]):
             command = ["unshare", *extra, *flags, "sh", "-c", setup, "sh"]
@@ -232,7 +236,11 @@ class Programs:
                 return "timed out"
         if status == 0:
             return "passed"
-        return "failed" if status == 1 else "crashed"
+        if status == (ISOLATED_FAILURE if self.isolation else 1):
+            return "failed"
+        if self.isolation and status in (1, 32):
+            raise RuntimeError(f"no namespace for {program.name}: status {status}")
+        return "crashed"
 
     def rehearse(self, count, jobs):
         """Every program without a change: it must pass, and tells what it takes and which changes it reaches."""
@@ -270,7 +278,11 @@ class Programs:
         if not programs:
             return "not reached", "", ""
         for program in programs:
-            how = self.run(program, {"VARO_MUTANT": str(point.number)}, 5 + 10 * self.seconds[program])
+            patience = 5 + 10 * self.seconds[program]
+            how = self.run(program, {"VARO_MUTANT": str(point.number)}, patience)
+            if how == "timed out":
+                # The machine may have been busy.
+                how = self.run(program, {"VARO_MUTANT": str(point.number)}, 2 * patience)
             if how != "passed":
                 return "killed", program.name, how
         return "survived", "", ""
