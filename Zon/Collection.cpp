@@ -26,6 +26,8 @@ void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entit
   try {
     added->parentAttrIdIs(id);
   } catch (...) {
+    // Filed is filed: the override decides about neither place nor parent.
+    added->Entity::parentAttrIdIs(id);
     move();
     throw;
   }

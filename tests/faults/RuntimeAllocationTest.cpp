@@ -342,7 +342,8 @@ bool isBetween(std::string const& before, std::string const& after, std::string 
 class AllocationOfTheRuntime : public testing::TestWithParam<Kind> {
  protected:
   void expectSurvival(Which which) {
-    // Also brings into being what is made once.
+    // Also brings into being what is made once, as the facility that tells of exceptions.
+    Zon::TraceHandle const facility("Zon", false);
     auto undisturbed = GetParam().make();
     std::string const before = undisturbed->seen();
     undisturbed->act();

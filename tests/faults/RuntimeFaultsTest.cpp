@@ -87,6 +87,7 @@ TYPED_TEST(MemberFaults, WhatIsThrownWhileAParentChangesLeavesExactlyTheMembersA
         bool const isThere = found == members[i];
         if (isThere) text = std::to_string(i);
         if (isThere != (members[i]->parent() == owner)) return "unsound";
+        if (isThere && members[i]->parentAttrId() != Kind::Owner::NotifieeConst::zonCollection.id) return "unsound";
       }
       return text;
     }
