@@ -8,6 +8,7 @@
 
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -51,8 +52,14 @@ class SharedReport {
 
 constexpr int differs = 3;
 constexpr int leaks = 4;
-/// Seconds for one sequence, which takes milliseconds: what takes longer goes round in circles.
-constexpr unsigned patience = 120;
+/// Seconds of processor time for one sequence, which takes milliseconds: what takes longer goes round in circles.
+constexpr unsigned patience = 60;
+
+void startPatience() {
+  itimerval timer{};
+  timer.it_value.tv_sec = patience;
+  setitimer(ITIMER_PROF, &timer, nullptr);
+}
 
 /// Runs `act` in a child process; empty when it returned true, else how it ended.
 template <class Act>
@@ -74,7 +81,8 @@ std::string inChild(Report& report, Act const& act) {
   int status = 0;
   while (waitpid(child, &status, 0) < 0) {
   }
-  if (WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM) return "not done after " + std::to_string(patience) + " s\n";
+  if (WIFSIGNALED(status) && WTERMSIG(status) == SIGPROF)
+    return "not done after " + std::to_string(patience) + " s of processor time\n";
   if (WIFSIGNALED(status)) return "ended by signal " + std::to_string(WTERMSIG(status)) + "\n";
   switch (WEXITSTATUS(status)) {
   case 0:
@@ -120,7 +128,7 @@ class Driver::Run {
  public:
   Run(WalkOrders const& orders, Report& report) : filter_(orders), report_(report) {
     report_.step = 0;
-    alarm(patience);
+    startPatience();
     compare(Operation());
   }
 
