@@ -57,9 +57,7 @@ class CollectionIterator final : public GenericIfIterator {
   }
   void advance() override { at_.advance(); }
   Ptr<GenericIf> del() override {
-    if (isConst_) {
-      throwConstException("attempting to modify a const instance");
-    }
+    refuseModification(AttributeOp::del);
     return nonNull() ? showMember<shows>((owner_.ptr()->*remover_)(at_), false) : Ptr<GenericIf>();
   }
   Ptr<GenericIf> clone() const override { return newPtr<CollectionIterator>(owner_, at_, remover_, isConst_); }

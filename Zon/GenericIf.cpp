@@ -21,25 +21,20 @@ GenericIf::List::~List() = default;
 GenericIf::List_::~List_() = default;
 GenericIfIterator::~GenericIfIterator() = default;
 
-namespace {
-
-/// The first of all refusals, also of what has no attributes.
-void refuseModification(GenericIf const& interface, unsigned opId) {
-  if (interface.isConst() && GenericIf::AttributeOp::modifies(opId)) {
-    GenericIf::throwConstException("attempting to modify a const instance");
+void GenericIf::refuseModification(unsigned opId) const {
+  if (isConst() && AttributeOp::modifies(opId)) {
+    throwConstException("attempting to modify a const instance");
   }
 }
 
-}  // namespace
-
 Ptr<GenericIf> GenericIf::attributeOp(AttributeOp const& op, Ptr<GenericIf const> const&, Ptr<GenericIf> const&) {
-  refuseModification(*this, op.opId());
+  refuseModification(op.opId());
   throwOpNotSupportedException(attributeString(op.attributeId()), op.opId(), false);
 }
 
 Ptr<GenericIf> GenericIf::attributeOpByName(String8 name, unsigned opId, Ptr<GenericIf const> const&,
                                             Ptr<GenericIf> const&) {
-  refuseModification(*this, opId);
+  refuseModification(opId);
   throwOpNotSupportedException(std::move(name), opId, false);
 }
 
@@ -70,9 +65,7 @@ Ptr<GenericIf> GenericIf::attributeIterator_iterKey(Ptr<GenericIf> const& iterat
 void GenericIf::attributeIterator_iterInc(Ptr<GenericIf> const& iterator) const { iteratorOf(iterator).advance(); }
 
 Ptr<GenericIf> GenericIf::attributeIterator_iterDel(Ptr<GenericIf> const& iterator) {
-  if (isConst()) {
-    throwConstException("attempting to modify a const instance");
-  }
+  refuseModification(AttributeOp::del);
   return iteratorOf(iterator).del();
 }
 

@@ -83,6 +83,9 @@ class GenericIf : public PtrInterface {
 
  protected:
   GenericIf() noexcept = default;
+
+  /// The first of all refusals: a modification through a const interface. Errors: const exception.
+  void refuseModification(unsigned opId) const;
 };
 
 /// Which attribute and what to do with it.

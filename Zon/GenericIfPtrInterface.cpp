@@ -36,9 +36,7 @@ Ptr<GenericIf> GenericIfPtrInterface::attributeOpByName(String8 name, unsigned o
 
 Ptr<GenericIf> GenericIfPtrInterface::perform(AttrSpec const* spec, String8 const& name, unsigned opId,
                                               Ptr<GenericIf const> const& key, Ptr<GenericIf> const& value) {
-  if (isConst_ && AttributeOp::modifies(opId)) {
-    throwConstException("attempting to modify a const instance");
-  }
+  refuseModification(opId);
   if (!object_) {
     throwRangeException("null ValidPtr");
   }

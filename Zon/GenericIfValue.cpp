@@ -6,13 +6,6 @@ namespace Zon {
 
 GenericIfAnyRef::~GenericIfAnyRef() = default;
 
-void GenericIfAnyRef::refuseModification(unsigned opId) const {
-  // Before `target()` finds a null reference: refusals have one order.
-  if (isConst_ && AttributeOp::modifies(opId)) {
-    throwConstException("attempting to modify a const instance");
-  }
-}
-
 Ptr<GenericIf> GenericIfAnyRef::target() const {
   if (!object_) {
     throwRangeException("null ValidPtr");
@@ -24,6 +17,7 @@ Ptr<GenericIf> GenericIfAnyRef::target() const {
 
 Ptr<GenericIf> GenericIfAnyRef::attributeOp(AttributeOp const& op, Ptr<GenericIf const> const& key,
                                             Ptr<GenericIf> const& value) {
+  // Before `target()` finds a null reference: refusals have one order.
   refuseModification(op.opId());
   return target()->attributeOp(op, key, value);
 }

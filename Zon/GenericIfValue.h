@@ -54,7 +54,6 @@ class GenericIfAnyRef : public GenericIf {
     : object_(std::move(object)), isConst_(isConst) {}
 
  private:
-  void refuseModification(unsigned opId) const;
   Ptr<GenericIf> target() const;
 
   Ptr<PtrInterface const> const object_;
