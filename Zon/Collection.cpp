@@ -1,5 +1,7 @@
 #include "Zon/Collection.h"
 
+#include "Zon/FirstThrown.h"
+
 namespace Zon {
 
 void checkAdoptable(Entity const& owner, Ptr<Entity> const& member) {
@@ -17,28 +19,22 @@ void checkAdoptable(Entity const& owner, Ptr<Entity> const& member) {
 }
 
 void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entity> const& added) {
-  auto const move = [&]() noexcept {
-    added->zonMoveUnder(&owner);
-    if (replaced) {
-      replaced->zonMoveUnder(nullptr);
-    }
-  };
-  try {
-    added->parentAttrIdIs(id);
-  } catch (...) {
+  FirstThrown thrown;
+  thrown.attempt([&] { added->parentAttrIdIs(id); });
+  if (thrown) {
     // Filed is filed: the override decides about neither place nor parent.
     added->Entity::parentAttrIdIs(id);
-    move();
-    throw;
   }
-  move();
+  added->zonMoveUnder(&owner);
   if (replaced) {
-    replaced->parentIs(nullptr);
+    replaced->zonMoveUnder(nullptr);
+    thrown.attempt([&] { replaced->parentIs(nullptr); });
   }
   // A watcher of the replaced one's parent may have taken the new one out again.
   if (added->zonIsChildOf(&owner)) {
-    added->parentIs(&owner);
+    thrown.attempt([&] { added->parentIs(&owner); });
   }
+  thrown.rethrow();
 }
 
 void release(Entity& removed) {

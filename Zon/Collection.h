@@ -274,7 +274,7 @@ class PointerCollection : private ValueCollection<X, Entry> {
 /// Refuses null and what has another parent.
 void checkAdoptable(Entity const& owner, Ptr<Entity> const& member);
 /// Makes `owner` the parent of `added`, under the attribute `id`, in place of `replaced` (null allowed). Both have moved
-/// before the watchers of either hear of it, whatever their overridden operations throw.
+/// before the watchers of either hear of it, and what an overridden operation of one throws keeps the other from nothing.
 void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entity> const& added);
 
 /// Leaves `removed` without parent, whatever its overridden operation throws.

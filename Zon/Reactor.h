@@ -15,8 +15,9 @@
 ///   C  `zonTearDown()`, first in every destructor, silences the inputs, cuts them loose and empties the collections;
 ///      the members then go in reverse order of declaration. Nothing is thrown.
 ///   D  Whatever calls out holds the reactor and what it works on.
+///   E  Switch, activity and zombie rule reach everything they are meant for, whatever one of them throws; the first
+///      exception leaves then.
 
-#include <exception>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -24,6 +25,7 @@
 
 #include "Zon/Activity.h"
 #include "Zon/Exception.h"
+#include "Zon/FirstThrown.h"
 #include "Zon/HashMap.h"
 #include "Zon/Ptr.h"
 #include "Zon/Quietly.h"
@@ -122,12 +124,14 @@ class ReactorOf : public Reactor {
     }
     Ptr<R> const held(self());
     PtrInterface::hasNotificationActiveIs(active);
-    forEachInput([active](auto& input) { input.hasNotificationActiveIs(active); });
-    forEachCollection([active](auto& children) {
+    FirstThrown thrown;
+    forEachInput([&](auto& input) { thrown.attempt([&] { input.hasNotificationActiveIs(active); }); });
+    forEachCollection([&](auto& children) {
       for (typename std::remove_reference_t<decltype(children)>::Iterator child(children); child; child.advance()) {
-        child->hasNotificationActiveIs(active);
+        thrown.attempt([&] { child->hasNotificationActiveIs(active); });
       }
     });
+    thrown.rethrow();
   }
 
   void zonFwkActivityIs(Ptr<ActivityConfig> const& activity) override {
@@ -138,16 +142,9 @@ class ReactorOf : public Reactor {
     // Held meanwhile, so that every input finds it: when it cannot be made, nothing has changed.
     Ptr<ActivitySm> const machine = zonActivitySmFor(activity);
     activity_ = activity;
-    // Every input moves, whatever the pending work of one of them throws.
-    std::exception_ptr thrown;
-    forEachInput([&](auto& input) {
-      try {
-        input.zonFwkActivityIs(zonFwkActivity());
-      } catch (...) {
-        if (!thrown) thrown = std::current_exception();
-      }
-    });
-    if (thrown) std::rethrow_exception(thrown);
+    FirstThrown thrown;
+    forEachInput([&](auto& input) { thrown.attempt([&] { input.zonFwkActivityIs(zonFwkActivity()); }); });
+    thrown.rethrow();
   }
 
   void zonDoZombieReactors(bool zombie) override {
@@ -155,8 +152,10 @@ class ReactorOf : public Reactor {
       return;
     }
     Ptr<R> const held(self());
-    forEachInput([zombie](auto& input) { input.zonDoZombieReactors(zombie); });
+    FirstThrown thrown;
+    forEachInput([&](auto& input) { thrown.attempt([&] { input.zonDoZombieReactors(zombie); }); });
     zonMarkedForDeletionIs(zombie);
+    thrown.rethrow();
   }
 
  protected:

@@ -94,6 +94,30 @@ TEST_F(ReactorTest, TheSwitchReachesTheChildrenAfterTheInputsInIterationOrder) {
   EXPECT_EQ(events.take(), expected);
 }
 
+TEST_F(ReactorTest, WhatAnInputThrowsWhenItIsSwitchedKeepsNothingElseFromIt) {
+  observe();
+  child("a");
+  events.take();
+  auto const fail = [] { throw std::runtime_error("not to be switched"); };
+  reader->zonConfigs()->onSwitch = fail;
+  EXPECT_THROW(reader->hasNotificationActiveIs(true), std::runtime_error);
+  EXPECT_EQ(events.take(), "configs:on config:on statuses:on a:on");
+  EXPECT_TRUE(reader->hasNotificationActive());
+  EXPECT_FALSE(reader->zonConfigs()->hasNotificationActive());
+  EXPECT_TRUE(reader->zonStatuses()->hasNotificationActive());
+  reader->zonConfigs()->onSwitch = nullptr;
+  reader->zonConfigs()->hasNotificationActiveIs(true);
+  events.take();
+
+  reader->zonConfigs()->onSwitch = fail;
+  EXPECT_THROW(reader->zonDoZombieReactors(true), std::runtime_error);
+  EXPECT_EQ(events.take(), "configs:off config:off statuses:off");
+  EXPECT_TRUE(reader->zonMarkedForDeletion());
+  EXPECT_FALSE(reader->zonConfigs()->zonMarkedForDeletion());
+  EXPECT_TRUE(reader->zonStatuses()->zonMarkedForDeletion());
+  reader->zonConfigs()->onSwitch = nullptr;
+}
+
 TEST_F(ReactorTest, InputsMadeLaterTakeTheirOwnersSwitch) {
   for (bool const active : {false, true}) {
     auto const bare = newPtr<Reader>(activity, events);

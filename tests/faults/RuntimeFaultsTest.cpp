@@ -11,6 +11,7 @@
 #include "faults/CallOuts.h"
 #include "faults/ForeignCode.h"
 #include "faults/World.h"
+#include "support/Collections.h"
 #include "support/Reflected.h"
 #include "support/SampleReactor.h"
 
@@ -25,26 +26,28 @@ template <class Base>
 class Stubborn final : public Base {
  public:
   template <class... Args>
-  explicit Stubborn(CallOuts& calls, Args&&... args) : Base(std::forward<Args>(args)...), calls_(calls) {}
+  explicit Stubborn(CallOuts*& calls, Args&&... args) : Base(std::forward<Args>(args)...), calls_(calls) {}
 
   void parentIs(Ptr<Zon::Entity> const& parent) override {
-    calls_("before parentIs");
+    (*calls_)("before parentIs");
     Base::parentIs(parent);
-    calls_("after parentIs");
+    (*calls_)("after parentIs");
   }
   void parentAttrIdIs(Zon::AttributeId id) override {
-    calls_("before parentAttrIdIs");
+    (*calls_)("before parentAttrIdIs");
     Base::parentAttrIdIs(id);
-    calls_("after parentAttrIdIs");
+    (*calls_)("after parentAttrIdIs");
   }
 
  private:
-  CallOuts& calls_;
+  /// Whatever counts at the time of a call.
+  CallOuts*& calls_;
 };
 
 struct CountersKind {
   using Owner = Interface::IntfQueueCounterDir;
-  using Member = Stubborn<Interface::IntfQueueCounter>;
+  using Plain = Interface::IntfQueueCounter;
+  using Member = Stubborn<Plain>;
   static void set(Owner& owner, Ptr<Member> const& member) { owner.intfQueueCounterIs(member); }
   static Ptr<Zon::Entity> get(Owner& owner) { return owner.intfQueueCounter("key"); }
   static void del(Owner& owner) { owner.intfQueueCounterDel("key"); }
@@ -53,7 +56,8 @@ struct CountersKind {
 
 struct SliceKind {
   using Owner = Interface::AllIntfQueueCounterDir;
-  using Member = Stubborn<Interface::IntfQueueCounterDir>;
+  using Plain = Interface::IntfQueueCounterDir;
+  using Member = Stubborn<Plain>;
   static void set(Owner& owner, Ptr<Member> const& member) { owner.intfQueueCounterDirIs(member); }
   static Ptr<Zon::Entity> get(Owner& owner) { return owner.intfQueueCounterDir("key"); }
   static void del(Owner& owner) { owner.intfQueueCounterDirDel("key"); }
@@ -62,7 +66,8 @@ struct SliceKind {
 
 struct DirKind {
   using Owner = Zon::Dir;
-  using Member = Stubborn<Zon::Dir>;
+  using Plain = Zon::Dir;
+  using Member = Stubborn<Plain>;
   static void set(Owner& owner, Ptr<Member> const& member) { owner.entityPtrIs(member); }
   static Ptr<Zon::Entity> get(Owner& owner) { return owner.entityPtr("key"); }
   static void del(Owner& owner) { owner.entityPtrDel("key"); }
@@ -77,7 +82,7 @@ TYPED_TEST_SUITE(MemberFaults, Kinds);
 TYPED_TEST(MemberFaults, WhatIsThrownWhileAParentChangesLeavesExactlyTheMembersAsChildren) {
   using Kind = TypeParam;
   struct World {
-    explicit World(CallOuts& calls)
+    explicit World(CallOuts*& calls)
       : members{newPtr<typename Kind::Member>(calls, "key"), newPtr<typename Kind::Member>(calls, "key")} {}
     /// The member that is there, or "none"; "unsound" unless it is the owner's one child.
     std::string state() {
@@ -111,7 +116,8 @@ TYPED_TEST(MemberFaults, WhatIsThrownWhileAParentChangesLeavesExactlyTheMembersA
   for (Throwing const& throwing : throwings) {
     for (int position = 0, callOuts = 1; position < callOuts; ++position) {
       CallOuts calls(position, [&](std::string const&) { throwing.act(); });
-      World world(calls);
+      CallOuts* current = &calls;
+      World world(current);
       for (Step const& step : steps) {
         bool const before = calls.struck().empty();
         std::string const out = thrownBy([&] { step.act(world); });
@@ -132,6 +138,41 @@ TYPED_TEST(MemberFaults, WhatIsThrownWhileAParentChangesLeavesExactlyTheMembersA
     }
   }
   EXPECT_GT(thrown.count(), 40);
+}
+
+TYPED_TEST(MemberFaults, WhatOneMemberThrowsKeepsNoWatcherOfTheOtherFromHearing) {
+  using Kind = TypeParam;
+  struct Case {
+    char const* struck;
+    char const* heard;
+  };
+  // What an override throws before its work keeps its own watchers from hearing, and nobody else.
+  static constexpr Case cases[] = {
+      {"before parentAttrIdIs", "old next"}, {"after parentAttrIdIs", "old next"}, {"before parentIs", "next"},
+      {"after parentIs", "old next"},        {"before parentIs", "old"},           {"after parentIs", "old next"},
+  };
+  for (Throwing const& throwing : throwings) {
+    for (Case const& expected : cases) {
+      auto const position = static_cast<int>(&expected - cases);
+      CallOuts none;
+      CallOuts calls(position, [&](std::string const&) { throwing.act(); });
+      auto const owner = newPtr<typename Kind::Owner>("owner");
+      CallOuts* current = &none;
+      auto const old = newPtr<typename Kind::Member>(current, "key");
+      auto const next = newPtr<typename Kind::Member>(current, "key");
+      Kind::set(*owner, old);
+      Support::Events events;
+      auto const ofOld = Support::watchParent(Ptr<typename Kind::Plain>(old), [&] { events.add("old"); });
+      auto const ofNext = Support::watchParent(Ptr<typename Kind::Plain>(next), [&] { events.add("next"); });
+      current = &calls;
+      EXPECT_EQ(thrownBy([&] { Kind::set(*owner, next); }), throwing.name);
+      EXPECT_EQ(calls.struck(), expected.struck);
+      EXPECT_EQ(events.take(), expected.heard) << "at call-out " << position;
+      EXPECT_EQ(old->parent(), nullptr);
+      EXPECT_EQ(next->parent(), owner);
+      current = &none;
+    }
+  }
 }
 
 TEST(ActivityFaults, WhatAHandbackThrowsWhileAnActivityIsExchangedLeavesNoInputBehind) {
