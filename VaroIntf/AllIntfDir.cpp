@@ -83,8 +83,7 @@ constexpr auto attributes =
     Zon::attributes(Zon::isNondestructingAttr(),
                     Zon::childAttr("config", 258, &AllIntfDir::config, &AllIntfDir::configIs, &AllIntfDir::configDel),
                     Zon::childAttr("status", 259, &AllIntfDir::status, &AllIntfDir::statusIs, &AllIntfDir::statusDel));
-Zon::Ptr<AllIntfDir> make(Zon::Name name) { return Zon::newPtr<AllIntfDir>(std::move(name)); }
-constexpr auto creation = Zon::creator(&make, "name");
+constexpr auto creation = Zon::constructor<Zon::Name>("name");
 constinit Zon::TypeSlot slot =
     Zon::typeSlot<AllIntfDir>(zonTypeModule, "VaroIntf::AllIntfDir", &Zon::Entity::_fwkType, attributes)
         .constructedBy(creation);

@@ -73,14 +73,10 @@ constexpr auto attributes =
                     Zon::inputAttr("statusIn", 133, &AllIntfReactor::statusIn, &AllIntfReactor::statusInIs,
                                    &AllIntfReactor::statusInDel),
                     Zon::activeSwitchAttr<AllIntfReactor>(), Zon::zombieSwitchAttr<AllIntfReactor>());
-Zon::Ptr<AllIntfReactor> make(Zon::Ptr<Zon::ActivityConfig> const& activity,
-                              Zon::Ptr<Interface::AllIntfConfigDir> const& configOut,
-                              Zon::Ptr<Interface::AllIntfStatusDir> const& statusOut,
-                              Zon::Ptr<Interface::AllIntfConfigDir> const& configIn,
-                              Zon::Ptr<Interface::AllIntfStatusDir> const& statusIn) {
-  return Zon::newPtr<AllIntfReactor>(activity, configOut, statusOut, configIn, statusIn);
-}
-constexpr auto creation = Zon::creator(&make, "zonFwkActivity", "configOut", "statusOut", "configIn", "statusIn");
+constexpr auto creation = Zon::constructor<Zon::Ptr<Zon::ActivityConfig>, Zon::Ptr<Interface::AllIntfConfigDir>,
+                                           Zon::Ptr<Interface::AllIntfStatusDir>, Zon::Ptr<Interface::AllIntfConfigDir>,
+                                           Zon::Ptr<Interface::AllIntfStatusDir>>("zonFwkActivity", "configOut",
+                                                                                  "statusOut", "configIn", "statusIn");
 constinit Zon::TypeSlot slot =
     Zon::typeSlot<AllIntfReactor>(zonTypeModule, "VaroIntf::AllIntfReactor", &Zon::PtrInterface::_fwkType, attributes)
         .constructedBy(creation);

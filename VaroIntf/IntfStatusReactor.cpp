@@ -66,10 +66,7 @@ constexpr auto attributes = Zon::attributes(
     Zon::functionAttr("handleForwardingModelInputs", 265, &IntfStatusReactor::handleForwardingModelInputs),
     Zon::keyAttr<IntfStatusReactor>(), Zon::activeSwitchAttr<IntfStatusReactor>(),
     Zon::zombieSwitchAttr<IntfStatusReactor>());
-Zon::Ptr<IntfStatusReactor> make(Zon::Ptr<Interface::IntfStatus> const& intfStatus) {
-  return Zon::newPtr<IntfStatusReactor>(intfStatus);
-}
-constexpr auto creation = Zon::creator(&make, "intfStatus");
+constexpr auto creation = Zon::constructor<Zon::Ptr<Interface::IntfStatus>>("intfStatus");
 constinit Zon::TypeSlot slot =
     Zon::typeSlot<IntfStatusReactor>(zonTypeModule, "VaroIntf::IntfStatusReactor",
                                      &Interface::IntfStatus::NotifieeConst::_fwkType, attributes)

@@ -23,8 +23,7 @@ constexpr auto dirAttributes =
                collectionAttr<Dir::EntityPtrIterator>("entityPtr", 266, parameters("entity"), &Dir::entityPtr,
                                                       &Dir::entityPtrIs, &Dir::entityPtrDel, &Dir::entityPtrDel,
                                                       &Dir::entityPtrDelAll, &Dir::entityPtrIterator));
-Ptr<Dir> makeDir(Name name) { return newPtr<Dir>(std::move(name)); }
-constexpr auto dirCreator = creator(&makeDir, "name");
+constexpr auto dirCreator = constructor<Name>("name");
 constinit TypeSlot dirSlot =
     typeSlot<Dir>(zonRuntimeTypes, "Zon::Dir", &Entity::_fwkType, dirAttributes).constructedBy(dirCreator);
 

@@ -53,26 +53,43 @@ class Creator {
   ~Creator() = default;
 };
 
+/// Parameters of the types P.
+template <class... P>
+class ConstructorOf : public Creator {
+ public:
+  constexpr explicit ConstructorOf(ParameterNames<sizeof...(P)> names) noexcept : parameters_(names) {}
+
+  std::size_t parameters() const noexcept final { return sizeof...(P); }
+  char const* name(std::size_t index) const noexcept final { return parameters_.name(index); }
+  ZonType* type(std::size_t index) const final { return ParameterList<P...>::type(index); }
+
+ protected:
+  ParameterList<P...> parameters_;
+};
+
+/// Parameters and the function that makes an instance of X.
 template <class X, class... P>
-class CreatorOf final : public Creator {
+class CreatorOf final : public ConstructorOf<P...> {
  public:
   constexpr CreatorOf(Ptr<X> (*function)(P...), ParameterNames<sizeof...(P)> names) noexcept
-    : function_(function), parameters_(names) {}
-
-  std::size_t parameters() const noexcept override { return sizeof...(P); }
-  char const* name(std::size_t index) const noexcept override { return parameters_.name(index); }
-  ZonType* type(std::size_t index) const override { return ParameterList<P...>::type(index); }
+    : ConstructorOf<P...>(names), function_(function) {}
 
   /// An instance made of the arguments in a `GenericIf::List_`.
   Ptr<PtrInterface> create(Ptr<GenericIf> const& arguments) const {
-    return parameters_.apply(listArgument(arguments), X::_fwkType()->name(),
-                             [this](auto const&... values) { return Ptr<PtrInterface>(function_(values...)); });
+    return this->parameters_.apply(listArgument(arguments), X::_fwkType()->name(),
+                                   [this](auto const&... values) { return Ptr<PtrInterface>(function_(values...)); });
   }
 
  private:
   Ptr<X> (*function_)(P...);
-  ParameterList<P...> parameters_;
 };
+
+/// Describes a constructor with parameters of the types P.
+template <class... P, class... Names>
+constexpr auto constructor(Names... names) noexcept {
+  static_assert(sizeof...(P) == sizeof...(Names), "a name for every parameter");
+  return ConstructorOf<P...>(Zon::parameters(names...));
+}
 
 /// Describes what makes instances of X: a factory, or a creator that only owners call.
 template <class X, class... P, class... Names>

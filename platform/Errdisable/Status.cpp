@@ -53,8 +53,7 @@ constexpr auto attributes =
                         "errdisabledIntf", 258, Zon::parameters("intfId", "reason"), &Status::errdisabledIntf,
                         &Status::errdisabledIntfIs, &Status::errdisabledIntfDel, &Status::errdisabledIntfDel,
                         &Status::errdisabledIntfDelAll, &Status::errdisabledIntfIterator));
-Zon::Ptr<Status> make(Zon::Name name) { return Zon::newPtr<Status>(std::move(name)); }
-constexpr auto creation = Zon::creator(&make, "name");
+constexpr auto creation = Zon::constructor<Zon::Name>("name");
 constinit Zon::TypeSlot slot =
     Zon::typeSlot<Status>(platform::zonTypeModule, "Errdisable::Status", &Zon::Entity::_fwkType, attributes)
         .constructedBy(creation);

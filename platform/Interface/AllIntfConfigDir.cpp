@@ -44,8 +44,7 @@ constexpr auto attributes = Zon::attributes(
         "intfConfig", 258, Zon::parameters("intfConfig"), &AllIntfConfigDir::intfConfig,
         &AllIntfConfigDir::intfConfigIs, &AllIntfConfigDir::intfConfigDel, &AllIntfConfigDir::intfConfigDel,
         &AllIntfConfigDir::intfConfigDelAll, &AllIntfConfigDir::intfConfigIterator));
-Zon::Ptr<AllIntfConfigDir> make(Zon::Name name) { return Zon::newPtr<AllIntfConfigDir>(std::move(name)); }
-constexpr auto creation = Zon::creator(&make, "name");
+constexpr auto creation = Zon::constructor<Zon::Name>("name");
 constinit Zon::TypeSlot slot = Zon::typeSlot<AllIntfConfigDir>(platform::zonTypeModule, "Interface::AllIntfConfigDir",
                                                                &Zon::Entity::_fwkType, attributes)
                                    .constructedBy(creation);

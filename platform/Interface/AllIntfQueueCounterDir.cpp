@@ -88,8 +88,7 @@ constexpr auto attributes = Zon::attributes(
                    &AllIntfQueueCounterDir::counterShmemManIs),
     Zon::valueAttr("statisticsShmemMan", 388, &AllIntfQueueCounterDir::statisticsShmemMan,
                    &AllIntfQueueCounterDir::statisticsShmemManIs));
-Zon::Ptr<AllIntfQueueCounterDir> make(Zon::Name name) { return Zon::newPtr<AllIntfQueueCounterDir>(std::move(name)); }
-constexpr auto creation = Zon::creator(&make, "name");
+constexpr auto creation = Zon::constructor<Zon::Name>("name");
 constinit Zon::TypeSlot slot =
     Zon::typeSlot<AllIntfQueueCounterDir>(platform::zonTypeModule, "Interface::AllIntfQueueCounterDir",
                                           &Zon::Dir::_fwkType, attributes)

@@ -57,10 +57,7 @@ constexpr auto attributes = Zon::attributes(
         &AllIntfQueueCounterPtrDir::intfQueueCounterDirDel, &AllIntfQueueCounterPtrDir::intfQueueCounterDirDel,
         &AllIntfQueueCounterPtrDir::intfQueueCounterDirDelAll,
         &AllIntfQueueCounterPtrDir::intfQueueCounterDirIterator));
-Zon::Ptr<AllIntfQueueCounterPtrDir> make(Zon::Name name) {
-  return Zon::newPtr<AllIntfQueueCounterPtrDir>(std::move(name));
-}
-constexpr auto creation = Zon::creator(&make, "name");
+constexpr auto creation = Zon::constructor<Zon::Name>("name");
 constinit Zon::TypeSlot slot =
     Zon::typeSlot<AllIntfQueueCounterPtrDir>(platform::zonTypeModule, "Interface::AllIntfQueueCounterPtrDir",
                                              &Zon::Entity::_fwkType, attributes)

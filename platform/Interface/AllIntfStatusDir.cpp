@@ -44,8 +44,7 @@ constexpr auto attributes = Zon::attributes(
         "intfStatus", 258, Zon::parameters("intfStatus"), &AllIntfStatusDir::intfStatus,
         &AllIntfStatusDir::intfStatusIs, &AllIntfStatusDir::intfStatusDel, &AllIntfStatusDir::intfStatusDel,
         &AllIntfStatusDir::intfStatusDelAll, &AllIntfStatusDir::intfStatusIterator));
-Zon::Ptr<AllIntfStatusDir> make(Zon::Name name) { return Zon::newPtr<AllIntfStatusDir>(std::move(name)); }
-constexpr auto creation = Zon::creator(&make, "name");
+constexpr auto creation = Zon::constructor<Zon::Name>("name");
 constinit Zon::TypeSlot slot = Zon::typeSlot<AllIntfStatusDir>(platform::zonTypeModule, "Interface::AllIntfStatusDir",
                                                                &Zon::Entity::_fwkType, attributes)
                                    .constructedBy(creation);

@@ -42,8 +42,7 @@ constexpr auto attributes = Zon::attributes(
                    &IntfConfig::adminEnabledStateLocalIs),
     Zon::valueAttr("enabledStateLocal", 264, &IntfConfig::enabledStateLocal, &IntfConfig::enabledStateLocalIs),
     Zon::valueAttr("enabledStateReason", 265, &IntfConfig::enabledStateReason, &IntfConfig::enabledStateReasonIs));
-Zon::Ptr<IntfConfig> make(Orvet::IntfId intfId) { return Zon::newPtr<IntfConfig>(std::move(intfId)); }
-constexpr auto creation = Zon::creator(&make, "intfId");
+constexpr auto creation = Zon::constructor<Orvet::IntfId>("intfId");
 constinit Zon::TypeSlot slot =
     Zon::typeSlot<IntfConfig>(platform::zonTypeModule, "Interface::IntfConfig", &Zon::Entity::_fwkType, attributes)
         .constructedBy(creation);

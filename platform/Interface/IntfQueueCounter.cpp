@@ -16,8 +16,7 @@ IntfQueueCounter::~IntfQueueCounter() = default;
 namespace {
 
 constexpr auto attributes = Zon::attributes(Zon::isNondestructingAttr());
-Zon::Ptr<IntfQueueCounter> make(Zon::Name name) { return Zon::newPtr<IntfQueueCounter>(std::move(name)); }
-constexpr auto creation = Zon::creator(&make, "name");
+constexpr auto creation = Zon::constructor<Zon::Name>("name");
 constinit Zon::TypeSlot slot = Zon::typeSlot<IntfQueueCounter>(platform::zonTypeModule, "Interface::IntfQueueCounter",
                                                                &Zon::Entity::_fwkType, attributes)
                                    .constructedBy(creation);

@@ -55,8 +55,7 @@ constexpr auto attributes =
                         &IntfQueueCounterDir::intfQueueCounter, &IntfQueueCounterDir::intfQueueCounterIs,
                         &IntfQueueCounterDir::intfQueueCounterDel, &IntfQueueCounterDir::intfQueueCounterDel,
                         &IntfQueueCounterDir::intfQueueCounterDelAll, &IntfQueueCounterDir::intfQueueCounterIterator));
-Zon::Ptr<IntfQueueCounterDir> make(Orvet::IntfId intfId) { return Zon::newPtr<IntfQueueCounterDir>(std::move(intfId)); }
-constexpr auto creation = Zon::creator(&make, "intfId");
+constexpr auto creation = Zon::constructor<Orvet::IntfId>("intfId");
 constinit Zon::TypeSlot slot =
     Zon::typeSlot<IntfQueueCounterDir>(platform::zonTypeModule, "Interface::IntfQueueCounterDir",
                                        &Zon::Entity::_fwkType, attributes)

@@ -67,8 +67,7 @@ constexpr auto attributes = Zon::attributes(
         &IntfStatus::forwardingModelInputsDel, &IntfStatus::forwardingModelInputsDelAll,
         &IntfStatus::forwardingModelInputsIterator),
     Zon::valueAttr("active", 272, &IntfStatus::active, &IntfStatus::activeIs));
-Zon::Ptr<IntfStatus> make(Orvet::IntfId intfId) { return Zon::newPtr<IntfStatus>(std::move(intfId)); }
-constexpr auto creation = Zon::creator(&make, "intfId");
+constexpr auto creation = Zon::constructor<Orvet::IntfId>("intfId");
 constinit Zon::TypeSlot slot =
     Zon::typeSlot<IntfStatus>(platform::zonTypeModule, "Interface::IntfStatus", &Zon::Entity::_fwkType, attributes)
         .constructedBy(creation);

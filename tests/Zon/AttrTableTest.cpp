@@ -306,6 +306,46 @@ TEST_F(AttrTable, ReferencesServeTheAttributesOfTheirObject) {
   EXPECT_EQ(reference->attributeId("speed"), 139);
 }
 
+TEST_F(AttrTable, ReferencesServeTheAttributesOfTheirObjectById) {
+  auto const reference = ref(port);
+  auto const constant = ref(Ptr<PortSm const>(port));
+  auto const null = ref(Ptr<PortSm>());
+  EXPECT_EQ(op(reference, 138, Op::set, {}, value(true)), "null");
+  EXPECT_EQ(op(constant, 138, Op::get), "true");
+  EXPECT_EQ(op(constant, 138, Op::set, {}, value(false)), constText);
+  EXPECT_TRUE(port->initialized());
+  EXPECT_EQ(op(null, 138, Op::get), "Range: null ValidPtr");
+  EXPECT_EQ(op(ref(Ptr<PortSm const>()), 138, Op::set, {}, value(true)), constText) << "const comes first";
+  EXPECT_EQ(reference->attributeString(138), "initialized");
+  EXPECT_EQ(reference->attributeString(1), "unknown");
+  EXPECT_EQ(null->attributeString(138), "unknown");
+  EXPECT_EQ(null->attributeId("initialized"), -1);
+}
+
+TEST_F(AttrTable, ReferencesAreWalkedAsTheirObjectIs) {
+  for (char const* id : {"a", "b"})
+    op(port_, 133, Op::set, {}, lanes(id));
+  auto const reference = ref(port);
+  auto const constant = ref(Ptr<PortSm const>(port));
+  auto const null = ref(Ptr<PortSm>());
+  auto const first = shown(port_->attributeIterator_iterKey(port_->attributeIterator(133)));
+  for (auto const& walk :
+       {reference->attributeIterator(133), reference->attributeIteratorConst(133), constant->attributeIterator(133)}) {
+    EXPECT_EQ(shown(port_->attributeIterator_iterKey(walk)), first);
+  }
+  EXPECT_FALSE(reference->attributeIterator(133)->isConst());
+  EXPECT_TRUE(reference->attributeIteratorConst(133)->isConst());
+  EXPECT_TRUE(constant->attributeIterator(133)->isConst());
+  for (char const* id : {"a", "b"}) {
+    auto const at = reference->attributeIteratorKey(133, text(id));
+    EXPECT_EQ(shown(port_->attributeIterator_iterKey(at)), "\"" + std::string(id) + "\"");
+  }
+  EXPECT_EQ(outcome([&] { return reference->attributeIterator(138); }), "Op: initialized: operation 2 not supported");
+  EXPECT_EQ(outcome([&] { return null->attributeIterator(133); }), "Range: null ValidPtr");
+  EXPECT_EQ(outcome([&] { return null->attributeIteratorConst(133); }), "Range: null ValidPtr");
+  EXPECT_EQ(outcome([&] { return null->attributeIteratorKey(133, text("a")); }), "Range: null ValidPtr");
+}
+
 TEST_F(AttrTable, CollectionsAreCreatedReadAndRemovedByKey) {
   EXPECT_EQ(op(port_, 133, Op::get, text("a")), "null");
   EXPECT_EQ(op(port_, 133, Op::set, {}, lanes("a")), "if Lane");
