@@ -103,7 +103,8 @@ Zon::Ptr<IntfSM> AllIntfSM::intfSMIs(Zon::Ptr<Zon::ActivityConfig> const& activi
                                      Zon::Ptr<Interface::IntfConfig> const& intfConfig) {
   Zon::Ptr<AllIntfSM> const self(this);
   return Zon::findOrCreate(
-      intfSM_, intfId, activity, [&] { return IntfSM::IntfSMIs(activity, intfId, errdisableStatus, intfConfig); },
+      intfSM_, intfId, activity,
+      [&](Orvet::IntfId const& key) { return IntfSM::IntfSMIs(activity, key, errdisableStatus, intfConfig); },
       Zon::ConstructorParameter<IntfSM, Errdisable::Status>{
           "errdisableStatus", errdisableStatus, [](IntfSM const& machine) { return machine.errdisableStatus(); }},
       Zon::ConstructorParameter<IntfSM, Interface::IntfConfig>{

@@ -84,7 +84,9 @@ AllIntfQueueCounterReactor::sliceSmIs(Zon::Ptr<Zon::ActivityConfig> const& activ
   Zon::Ptr<AllIntfQueueCounterReactor> const self(this);
   return Zon::findOrCreate(
       sliceSm_, sliceName, activity,
-      [&] { return Slice::AllIntfQueueCounterSliceReactorIs(activity, sliceName, counterOut, counterIn); },
+      [&](Zon::String8 const& key) {
+        return Slice::AllIntfQueueCounterSliceReactorIs(activity, key, counterOut, counterIn);
+      },
       Zon::ConstructorParameter<Slice, Interface::AllIntfQueueCounterPtrDir>{
           "counterOut", counterOut, [](Slice const& slice) { return slice.counterOut(); }},
       Zon::ConstructorParameter<Slice, Interface::AllIntfQueueCounterDir>{

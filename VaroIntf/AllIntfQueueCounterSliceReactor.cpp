@@ -74,8 +74,8 @@ Zon::Ptr<AllIntfQueueCounterSliceIntfCounterReactor> AllIntfQueueCounterSliceRea
   Zon::Ptr<AllIntfQueueCounterSliceReactor> const self(this);
   return Zon::findOrCreate(
       intfQueueCounterSm_, intfId, activity,
-      [&] {
-        return Leaf::AllIntfQueueCounterSliceIntfCounterReactorIs(activity, intfId, intfQueueCounterDir,
+      [&](Orvet::IntfId const& key) {
+        return Leaf::AllIntfQueueCounterSliceIntfCounterReactorIs(activity, key, intfQueueCounterDir,
                                                                   allIntfQueueCounterDir);
       },
       Zon::ConstructorParameter<Leaf, Interface::IntfQueueCounterDir const>{

@@ -61,7 +61,7 @@ Zon::Ptr<IntfStatusReactor> AllIntfStatusDirSm::intfStatusReactorIs(Zon::Ptr<Int
   Zon::Ptr<AllIntfStatusDirSm> const self(this);
   return Zon::findOrMake(
       intfStatusReactor_, Zon::validPtr(intfStatus)->intfId(),
-      [&] { return Zon::newPtr<IntfStatusReactor>(intfStatus); },
+      [&](Orvet::IntfId const&) { return Zon::newPtr<IntfStatusReactor>(intfStatus); },
       [&](IntfStatusReactor& found) { found.notifierIs(intfStatus); }, [](IntfStatusReactor const&) {});
 }
 

@@ -12,13 +12,13 @@ namespace Zon {
 
 /// Keeps the held reactor when `serves` says it has the inputs asked for already: only its activity is refreshed, which
 /// happens in any case. Otherwise stores what `make` creates, switched on; the old one is not told anything. The
-/// attribute changes only when the new reactor is complete. Pending work may run inside the refresh and empty the
-/// attribute or fill it anew: then the held one is kept no longer.
+/// attribute changes only when the new reactor is complete. What pending work does inside the refresh stands: the held
+/// reactor is returned even when that emptied the attribute.
 template <class R, class Serves, class Make>
 Ptr<R> replaceReactor(Ptr<R>& attribute, Ptr<ActivityConfig> const& activity, Serves const& serves, Make const& make) {
   if (Ptr<R> const held = attribute) {
     held->zonFwkActivityIs(activity);
-    if (attribute == held && serves(*held)) {
+    if (serves(*held)) {
       return held;
     }
   }

@@ -74,25 +74,29 @@ void compareParameter(Child const& child, ConstructorParameter<Child, T> const& 
 }
 
 /// Finds the child of a key or makes, inserts and switches it on.
-/// \param refresh is applied to a child that was there. It may run pending work, which may remove or replace the child.
+/// \param make is given the key.
+/// \param refresh is applied to a child that was there. It may run pending work: a child that this puts in its place is
+///        returned instead; one that this removes stays removed, and is returned.
 /// \param check may refuse a child that was there, by an exception. Making a child may call back and bring another one
 ///        in under the same key: that one is kept, checked, and otherwise left alone.
 template <class Child, class Key, class Make, class Refresh, class Check>
 Ptr<Child> findOrMake(HashMap<Child, Key>& children, Key const& key, Make const& make, Refresh const& refresh,
                       Check const& check) {
+  // Held to the end: the key may be its own.
   if (Ptr<Child> const found = children.member(key)) {
     refresh(*found);
-    if (Ptr<Child> const kept = children.member(key)) {
-      check(*kept);
-      return kept;
-    }
+    Ptr<Child> const current = children.member(key);
+    Ptr<Child> const& kept = current ? current : found;
+    check(*kept);
+    return kept;
   }
-  Ptr<Child> const made = validPtr(Ptr<Child>(make()));
-  if (Ptr<Child> const found = children.member(key)) {
+  Key const held(key);
+  Ptr<Child> const made = validPtr(Ptr<Child>(make(held)));
+  if (Ptr<Child> const found = children.member(held)) {
     check(*found);
     return found;
   }
-  children.newMember(made, HashMap<Child, Key>::hashOf(key));
+  children.newMember(made, HashMap<Child, Key>::hashOf(held));
   made->hasNotificationActiveIs(true);
   return made;
 }

@@ -1,7 +1,9 @@
 #include "Zon/Reactor.h"
 
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -474,18 +476,19 @@ TEST_F(ReactorTest, AConstructionThatThrowsInsertsNothing) {
   EXPECT_EQ(events.take(), "~a");
 }
 
-TEST_F(ReactorTest, ARefreshThatRemovesTheChildMakesAnother) {
+TEST_F(ReactorTest, WhatARefreshDoesToTheChildStands) {
   auto const old = child("a");
-  int checked = 0;
+  std::vector<Reader::Child const*> checked;
+  int made = 0;
   auto const findOrMake = [&](auto const& refresh) {
     return Zon::findOrMake(
-        reader->children, Orvet::IntfId("a"), [&] { return newPtr<Reader::Child>(activity, events, "a", dir, config); },
-        refresh, [&](Reader::Child const&) { ++checked; });
+        reader->children, Orvet::IntfId("a"),
+        [&](Orvet::IntfId const& key) {
+          ++made;
+          return newPtr<Reader::Child>(activity, events, key, dir, config);
+        },
+        refresh, [&](Reader::Child const& found) { checked.push_back(&found); });
   };
-  auto const made = findOrMake([&](Reader::Child&) { reader->children.memberDel("a"); });
-  EXPECT_NE(made, old);
-  EXPECT_EQ(reader->children.member("a"), made);
-  EXPECT_EQ(checked, 0);
   // One that was replaced meanwhile is kept as it is.
   Ptr<Reader::Child> replacement;
   auto const kept = findOrMake([&](Reader::Child&) {
@@ -494,14 +497,36 @@ TEST_F(ReactorTest, ARefreshThatRemovesTheChildMakesAnother) {
   });
   EXPECT_EQ(kept, replacement);
   EXPECT_EQ(reader->children.member("a"), replacement);
-  EXPECT_EQ(checked, 1);
+  // One that was removed stays removed.
+  EXPECT_EQ(findOrMake([&](Reader::Child&) { reader->children.memberDel("a"); }), replacement);
+  EXPECT_EQ(reader->children.members(), 0U);
+  EXPECT_EQ(checked, (std::vector<Reader::Child const*>{replacement.ptr(), replacement.ptr()}));
+  EXPECT_EQ(made, 0);
+}
+
+TEST_F(ReactorTest, TheKeyAskedForMayEndWithTheChildOrDuringTheConstruction) {
+  auto const find = [&](Orvet::IntfId const& key, auto const& make, auto const& refresh) {
+    return Zon::findOrMake(reader->children, key, make, refresh, [](Reader::Child const&) {})->fwkKey();
+  };
+  auto* const only = child("only").ptr();
+  EXPECT_EQ(find(
+                only->fwkKey(), [](Orvet::IntfId const&) { return Ptr<Reader::Child>(); },
+                [&](Reader::Child&) { reader->children.memberDel("only"); }),
+            Orvet::IntfId("only"));
+  auto key = std::make_unique<Orvet::IntfId>("short-lived");
+  auto const make = [&](Orvet::IntfId const& wanted) {
+    key.reset();
+    return newPtr<Reader::Child>(activity, events, wanted, dir, config);
+  };
+  EXPECT_EQ(find(*key, make, [](Reader::Child&) {}), Orvet::IntfId("short-lived"));
+  EXPECT_EQ(reader->children.members(), 1U);
 }
 
 TEST_F(ReactorTest, AMakerThatReturnsNullIsARangeException) {
   auto const make = [&] {
     Zon::findOrMake(
-        reader->children, Orvet::IntfId("a"), [] { return Ptr<Reader::Child>(); }, [](Reader::Child&) {},
-        [](Reader::Child const&) {});
+        reader->children, Orvet::IntfId("a"), [](Orvet::IntfId const&) { return Ptr<Reader::Child>(); },
+        [](Reader::Child&) {}, [](Reader::Child const&) {});
   };
   try {
     make();

@@ -239,8 +239,8 @@ inline Zon::Ptr<Reader::Child> Reader::childIs(ActivityPtr const& activity, Orve
   Zon::Ptr<Reader> const self(this);
   return Zon::findOrCreate(
       children, key, activity,
-      [&] {
-        auto made = Zon::newPtr<Child>(activity, *events, key, dir, single);
+      [&](Orvet::IntfId const& wanted) {
+        auto made = Zon::newPtr<Child>(activity, *events, wanted, dir, single);
         if (auto const run = std::exchange(actMaking, {})) run();
         return made;
       },
