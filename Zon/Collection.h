@@ -11,8 +11,8 @@
 ///      whole collection announces every key.
 ///   C  A replaced entry changes in place: the map's counters do not move, iterators stay where they are. A replaced
 ///      member of an owning collection leaves the map and the new one enters it.
-///   D  An owning collection is the parent of its members, under its own attribute id; what has another parent is
-///      refused and nothing changes.
+///   D  An owning collection is the parent of its members, under its own attribute id; what has another parent, or is
+///      listed by another owning collection, is refused and nothing changes.
 ///   E  Null is refused with the range exception "null ValidPtr".
 ///
 /// Use: an entity type declares the entry and one member, and forwards its operations.
@@ -273,17 +273,28 @@ class PointerCollection : private ValueCollection<X, Entry> {
 
 /// Refuses null and what has another parent.
 void checkAdoptable(Entity const& owner, Ptr<Entity> const& member);
+/// Refuses what another collection lists already, or the same owner under another attribute.
+void checkNotFiled(Entity const& member);
 /// Makes `owner` the parent of `added`, under the attribute `id`, in place of `replaced` (null allowed). Both have moved
 /// before the watchers of either hear of it, and what an overridden operation of one throws keeps the other from nothing.
 void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entity> const& added);
 
-/// Leaves `removed` without parent, whatever its overridden operation throws.
-void release(Entity& removed);
+/// Leaves `removed` without parent, whatever its overridden operation throws, unless it has another one than `owner`.
+void release(Entity& owner, Entity& removed);
 
 /// M is both entity and map member, filed under its own `fwkKey()`.
 template <class X, class M, class K>
 class OwningCollection : public MapCollection<X, M, K> {
  public:
+  OwningCollection() = default;
+  OwningCollection(OwningCollection const&) = delete;
+  OwningCollection& operator=(OwningCollection const&) = delete;
+  ~OwningCollection() {
+    for (auto at = this->iterator(); at; at.advance()) {
+      at->zonIsFiledIs(false);
+    }
+  }
+
   Ptr<M> ptr(K const& key) const { return Ptr<M>(this->find(key)); }
 
   void set(X& owner, Ptr<M> const& member) {
@@ -294,6 +305,7 @@ class OwningCollection : public MapCollection<X, M, K> {
     if (this->find(key) == added.ptr()) {
       return;
     }
+    checkNotFiled(*added);
     Ptr<M> const replaced = this->take(key);
     this->add(added, key);
     this->notifyAfter(owner, key, [&] { adopt(owner, X::NotifieeConst::zonCollection.id, replaced, added); });
@@ -301,12 +313,11 @@ class OwningCollection : public MapCollection<X, M, K> {
 
   template <class Where>
   Ptr<M> del(X& owner, Where&& where) {
-    return this->remove(owner, where, letGo);
+    return this->remove(owner, where, [&](M& removed) { release(owner, removed); });
   }
-  void delAll(X& owner) { this->removeAll(owner, letGo); }
-
- private:
-  static void letGo(M& removed) { release(removed); }
+  void delAll(X& owner) {
+    this->removeAll(owner, [&](M& removed) { release(owner, removed); });
+  }
 };
 
 }  // namespace Zon

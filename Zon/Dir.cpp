@@ -6,7 +6,11 @@ namespace Zon {
 
 Dir::Dir(Name name) : PlatformEntity(std::move(name)) {}
 
-Dir::~Dir() = default;
+Dir::~Dir() {
+  for (auto at = entries_.iterator(); at; at.advance()) {
+    at->zonIsFiledIs(false);
+  }
+}
 
 Ptr<Entity> Dir::entityPtr(Name const& name) { return entries_.ptr(name); }
 
@@ -19,6 +23,9 @@ void Dir::entityPtrIs(Ptr<Entity> const& entity) {
   Name const key = added->name();
   Ptr<Entity> exchanged = added;
   Ptr<Entity> const replaced = entries_.ptr(key);
+  if (replaced != added) {
+    checkNotFiled(*added);
+  }
   if (!entries_.store(key, exchanged)) {
     return;
   }
@@ -47,7 +54,7 @@ void Dir::leave(Entity& removed) {
   if (auto* const subdir = dynamic_cast<Dir*>(&removed)) {
     subdirs_.memberDel(subdir->fwkKey());
   }
-  release(removed);
+  release(*this, removed);
 }
 
 void Dir::entityPtrNotify(Name const& name) { entries_.notify(*this, name); }

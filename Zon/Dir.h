@@ -50,7 +50,7 @@ class Dir : public PlatformEntity<Dir>, public HashMapLink<Dir> {
   Ptr<Entity const> entityRef(Name const& name) const { return entityPtr(name); }
 
   /// Files an entity under its name, replacing another one.
-  /// Errors: range exception for null and for an entity that has another parent.
+  /// Errors: range exception for null and for an entity that has another parent or is listed elsewhere.
   virtual void entityPtrIs(Ptr<Entity> const& entity);
   virtual Ptr<Entity> entityPtrDel(Name name);
   Ptr<Entity> entityPtrDel(EntityPtrIterator& at);

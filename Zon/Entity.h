@@ -59,6 +59,9 @@ class Entity : public PtrInterface {
   bool zonIsChildOf(Entity const* entity) const noexcept { return parent_ == entity; }
   /// Places the entity without a word; the next `parentIs` of the same parent tells.
   void zonMoveUnder(Entity* parent) noexcept;
+  /// Whether a collection lists it as its own, whatever its parent is.
+  bool zonIsFiled() const noexcept { return isFiled_; }
+  void zonIsFiledIs(bool isFiled) noexcept { isFiled_ = isFiled; }
 
  protected:
   /// Whether `parentIs` of that parent changes something, or tells of a change made before.
@@ -70,6 +73,7 @@ class Entity : public PtrInterface {
   Name const name_;
   AttributeId parentAttrId_ = 0;
   bool parentUntold_ = false;
+  bool isFiled_ = false;
   // The parent and its doubly linked list of children, none of it counted.
   Entity* parent_ = nullptr;
   Entity* firstChild_ = nullptr;

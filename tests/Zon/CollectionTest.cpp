@@ -1,6 +1,7 @@
 #include "Zon/Collection.h"
 
 #include <algorithm>
+#include <functional>
 #include <set>
 #include <string>
 #include <utility>
@@ -236,6 +237,20 @@ TYPED_TEST(CollectionTest, AnIteratorThatIsResetStartsAgain) {
   EXPECT_EQ(this->textOf(it.key()), "a");
 }
 
+TYPED_TEST(CollectionTest, AnIteratorHasABookmarkOnEveryKeyButTheEmptyOne) {
+  auto const hasBookmark = [&] {
+    bool const has = TypeParam::iterator(*this->owner).hasBookmark();
+    EXPECT_EQ(TypeParam::iteratorConst(*this->owner).hasBookmark(), has);
+    return has;
+  };
+  EXPECT_FALSE(hasBookmark());
+  this->set("", 1);
+  EXPECT_FALSE(hasBookmark());
+  this->del("");
+  this->set("a", 1);
+  EXPECT_TRUE(hasBookmark());
+}
+
 TYPED_TEST(CollectionTest, TheConstIteratorMeetsTheSameKeys) {
   for (char const* key : {"a", "b", "c"})
     this->set(key, 1);
@@ -439,6 +454,45 @@ TYPED_TEST(OwningCollectionTest, WhatHasAnotherParentIsRefusedAndNothingChanges)
   EXPECT_EQ(this->kind.members("a", 1)->parent(), other);
 }
 
+TYPED_TEST(OwningCollectionTest, WhatIsListedElsewhereIsRefusedWhateverItsParentIs) {
+  auto const other = newPtr<typename TypeParam::Owner>("other");
+  auto const member = this->kind.members("a", 1);
+  this->set("a", 1);
+  member->parentIs(nullptr);
+  this->kind.set(*other, "a", 2);
+  for (char const* const parent : {"", "other"}) {
+    if (*parent != '\0') member->parentIs(other);
+    try {
+      this->kind.set(*other, "a", 1);
+      FAIL();
+    } catch (Zon::RangeException const& exception) {
+      EXPECT_EQ(exception.text(),
+                *parent != '\0' ? "already a member of other" : "already a member of another collection");
+    }
+    EXPECT_EQ(this->shown("a"), 1);
+    EXPECT_EQ(this->kind.shown(*other, "a"), 2);
+  }
+  this->del("a");
+  this->kind.set(*other, "a", 1);
+  EXPECT_EQ(this->kind.shown(*other, "a"), 1);
+}
+
+TYPED_TEST(OwningCollectionTest, ALeavingMemberKeepsAParentThatWasGivenByHand) {
+  auto const elsewhere = newPtr<Zon::Entity>("elsewhere");
+  auto const member = this->kind.members("a", 1);
+  auto const expectKept = [&](auto const& leave) {
+    this->set("a", 1);
+    member->parentIs(elsewhere);
+    leave();
+    EXPECT_NE(this->shown("a"), 1);
+    EXPECT_EQ(member->parent(), elsewhere);
+    member->parentIs(nullptr);
+  };
+  expectKept([&] { this->del("a"); });
+  expectKept([&] { this->set("a", 2); });
+  expectKept([&] { TypeParam::delAll(*this->owner); });
+}
+
 TYPED_TEST(OwningCollectionTest, AWatcherThatTakesTheNewMemberOutWhileTheOldOneLeavesIsObeyed) {
   this->set("a", 1);
   this->heard();
@@ -489,6 +543,32 @@ TEST(Adoption, TheNewMemberHasItsAttributeBeforeItsParent) {
   dir->entityPtrIs(witness);
   EXPECT_FALSE(witness->hadParent);
   EXPECT_EQ(witness->parent(), dir);
+}
+
+TEST(Adoption, AnOverrideThatTakesTheNewMemberOutAgainIsObeyed) {
+  class Leaving : public Zon::Entity {
+   public:
+    using Entity::Entity;
+    void parentAttrIdIs(Zon::AttributeId id) override {
+      Entity::parentAttrIdIs(id);
+      if (auto const run = std::exchange(leave, {})) run();
+    }
+    std::function<void()> leave;
+  };
+  auto const dir = newPtr<Zon::Dir>("dir");
+  auto const other = newPtr<Zon::Dir>("other");
+  auto const leaving = newPtr<Leaving>("l");
+  leaving->leave = [&] { dir->entityPtrDel("l"); };
+  dir->entityPtrIs(leaving);
+  EXPECT_EQ(dir->entityPtr("l"), nullptr);
+  EXPECT_EQ(leaving->parent(), nullptr);
+  leaving->leave = [&] {
+    dir->entityPtrDel("l");
+    other->entityPtrIs(leaving);
+  };
+  dir->entityPtrIs(leaving);
+  EXPECT_EQ(other->entityPtr("l"), leaving);
+  EXPECT_EQ(leaving->parent(), other);
 }
 
 TYPED_TEST(OwningCollectionTest, AWatcherThatPutsTheOldMemberBackIsObeyed) {

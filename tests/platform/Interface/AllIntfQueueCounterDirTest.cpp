@@ -39,6 +39,19 @@ TEST_F(SliceTest, IsADirectory) {
   EXPECT_EQ(slice->fullName(), "slices/linecard3");
 }
 
+TEST_F(SliceTest, ListsAMemberAsAnEntryOrAsCountersButNotAsBoth) {
+  auto const counters = newPtr<IntfQueueCounterDir>("e1");
+  slice->entityPtrIs(counters);
+  EXPECT_THROW(slice->intfQueueCounterDirIs(counters), Zon::RangeException);
+  EXPECT_EQ(slice->intfQueueCounterDir("e1"), nullptr);
+  slice->entityPtrDel("e1");
+  slice->intfQueueCounterDirIs(counters);
+  EXPECT_THROW(slice->entityPtrIs(counters), Zon::RangeException);
+  EXPECT_EQ(slice->entityPtr("e1"), nullptr);
+  EXPECT_EQ(slice->intfQueueCounterDir("e1"), counters);
+  EXPECT_EQ(counters->parentAttrId(), 386);
+}
+
 TEST_F(SliceTest, HasTwoDifferentPrivateManagersFromTheStart) {
   ASSERT_TRUE(slice->counterShmemMan());
   ASSERT_TRUE(slice->statisticsShmemMan());
