@@ -104,7 +104,8 @@ bool elementFits(GenericIf const* element) {
       object = reference->zonObject().ptr();
       isConst = reference->isConst();
       if (object == nullptr) {
-        return true;
+        return (std::is_const_v<X> || !isConst) &&
+               reference->zonDeclaredType().zonDerivesFrom(*std::remove_const_t<X>::_fwkType());
       }
     } else if (auto const* const interface = dynamic_cast<GenericIfPtrInterface const*>(element)) {
       object = interface->zonObject().ptr();

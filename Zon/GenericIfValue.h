@@ -38,6 +38,8 @@ class GenericIfAnyRef : public GenericIf {
 
   bool isConst() const override { return isConst_; }
   Ptr<PtrInterface const> const& zonObject() const noexcept { return object_; }
+  /// The type the reference was declared with, also of a null one.
+  ZonType const& zonDeclaredType() const noexcept { return *declared_; }
 
   Ptr<GenericIf> attributeOp(AttributeOp const& op, Ptr<GenericIf const> const& key = {},
                              Ptr<GenericIf> const& value = {}) override;
@@ -50,12 +52,13 @@ class GenericIfAnyRef : public GenericIf {
   Ptr<GenericIf> attributeIteratorKey(AttributeId id, Ptr<GenericIf const> const& key) override;
 
  protected:
-  GenericIfAnyRef(Ptr<PtrInterface const> object, bool isConst) noexcept
-    : object_(std::move(object)), isConst_(isConst) {}
+  GenericIfAnyRef(ZonType const* declared, Ptr<PtrInterface const> object, bool isConst) noexcept
+    : declared_(declared), object_(std::move(object)), isConst_(isConst) {}
 
  private:
   Ptr<GenericIf> target() const;
 
+  ZonType const* const declared_;
   Ptr<PtrInterface const> const object_;
   bool const isConst_;
 };
@@ -64,7 +67,8 @@ class GenericIfAnyRef : public GenericIf {
 template <class T>
 class GenericIfRef : public GenericIfAnyRef {
  public:
-  explicit GenericIfRef(Ptr<T> const& object) noexcept : GenericIfAnyRef(object, std::is_const_v<T>), value_(object) {}
+  explicit GenericIfRef(Ptr<T> const& object)
+    : GenericIfAnyRef(std::remove_const_t<T>::_fwkType(), object, std::is_const_v<T>), value_(object) {}
 
   Ptr<T> const& value() const noexcept { return value_; }
 

@@ -34,7 +34,7 @@ class ZonConstraint : public PtrInterface, public HashMapLink<ZonConstraint> {
 
 class ZonAttr : public ZonConstraint {
  public:
-  /// Flags that the generator may set; none are in use.
+  /// Further flags of an attribute; none are in use.
   class AttrFlags {
    public:
     constexpr AttrFlags(std::uint32_t value = 0) noexcept : value_(value) {}

@@ -99,6 +99,14 @@ class ZonType : public PtrInterface {
 
   TypeSlot* zonSlot() const noexcept { return slot_; }
   void zonBaseIs(ZonType const* base) noexcept { base_ = base; }
+  /// Whether it is that type or derives from it.
+  bool zonDerivesFrom(ZonType const& base) const noexcept {
+    ZonType const* type = this;
+    while (type != nullptr && type != &base) {
+      type = type->base_;
+    }
+    return type != nullptr;
+  }
   void zonAttributeIs(Ptr<ZonAttr> const& attribute);
   void zonNestedTypeIs(ZonType const* type) { insert(nestedTypes_, type); }
   void zonDerivedTypeIs(ZonType const* type) { insert(derivedTypes_, type); }

@@ -9,6 +9,7 @@
 
 #include "Zon/Dir.h"
 #include "Zon/Reactor.h"
+#include "platform/Interface/AllIntfQueueCounterDir.h"
 #include "support/Reflected.h"
 
 using test::byName;
@@ -252,6 +253,13 @@ TEST_F(AttrTable, UnknownAttributesAreRefused) {
   EXPECT_EQ(op(reader_, 135, 200), constText);
 }
 
+TEST_F(AttrTable, TheModifyingOperationsAreThoseFrom128To255) {
+  EXPECT_EQ(op(reader_, 138, 127), "Op: initialized: operation 127 not supported");
+  EXPECT_EQ(op(reader_, 138, 128), constText);
+  EXPECT_EQ(op(reader_, 138, 255), constText);
+  EXPECT_EQ(op(reader_, 138, 256), "Op: initialized: operation 256 not supported");
+}
+
 TEST_F(AttrTable, RefusalsComeInTheirOrder) {
   // Const before the key, the key before the operation, the operation before the value.
   EXPECT_EQ(op(reader_, 138, Op::set, text("k"), text("v")), constText);
@@ -293,6 +301,16 @@ TEST_F(AttrTable, ReferencesAreStrictAboutTypeAndConstness) {
   EXPECT_EQ(op(port_, 132, Op::get), "const ref Dir");
   EXPECT_EQ(op(port_, 131, Op::set, {}, text("dir")), "Type: input");
   EXPECT_EQ(op(port_, 131, Op::set), "Type: input");
+}
+
+TEST_F(AttrTable, NullReferencesHaveATypeToo) {
+  auto const slice = ref(Ptr<Interface::AllIntfQueueCounterDir>());
+  EXPECT_EQ(op(port_, 131, Op::set, {}, slice), "null") << "a derived type passes for its base";
+  EXPECT_EQ(op(port_, 131, Op::set, {}, ref(Ptr<Card>())), "Type: input");
+  EXPECT_EQ(op(port_, 131, Op::set, {}, ref(Ptr<Zon::Entity>())), "Type: input") << "the base may be anything else";
+  EXPECT_EQ(op(port_, 131, Op::set, {}, ref(Ptr<Zon::Dir const>())), "Type: input");
+  EXPECT_EQ(op(port_, 132, Op::set, {}, ref(Ptr<Zon::Dir>())), "null") << "mutable passes for const";
+  EXPECT_EQ(op(port_, 132, Op::set, {}, ref(Ptr<Zon::Dir const>())), "null");
 }
 
 TEST_F(AttrTable, ReferencesServeTheAttributesOfTheirObject) {
@@ -596,6 +614,7 @@ TEST_F(AttrTable, GenericFactoriesCheckTheirArguments) {
   EXPECT_EQ(make(list()), "Type: zonFwkActivity");
   EXPECT_EQ(make(list(ref(activity))), "Type: portId");
   EXPECT_EQ(make(list(ref(dir), test::intf("e"))), "Type: zonFwkActivity");
+  EXPECT_EQ(make(list(ref(Ptr<Zon::Dir>()), test::intf("e"))), "Type: zonFwkActivity");
   EXPECT_EQ(make(list(ref(activity), text("e"))), "Type: portId");
   EXPECT_EQ(make(list(ref(activity), test::intf("e"), text("more"))), "UnknownArg: PortSm");
   EXPECT_EQ(Lane::_fwkType()->genericFactory(), nullptr);

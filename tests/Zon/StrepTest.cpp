@@ -329,6 +329,12 @@ TEST(Strep, ValuesReadBack) {
   }
 }
 
+TEST(Strep, WhatTheSecondArgumentPointsToIsLeftAlone) {
+  std::int32_t untouched = 5;
+  EXPECT_EQ(strepToValue<std::int32_t>(String8("7"), &untouched), 7);
+  EXPECT_EQ(untouched, 5);
+}
+
 TEST(Strep, TextThatIsNoValueIsRefused) {
   auto const read = [](auto type, char const* text) {
     using T = decltype(type);

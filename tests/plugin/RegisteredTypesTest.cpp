@@ -309,6 +309,15 @@ TEST(RegisteredTypes, TextsOfTheInterfaceModulesTypesAreTyped) {
                   Leaf::AllIntfQueueCounterSliceIntfCounterReactorIs(nullptr, "e1", nullptr, nullptr));
 }
 
+TEST(RegisteredTypes, TextsOfTheErrdisableModulesTypesAreTyped) {
+  using namespace VaroErrdisable;
+  auto const root = rootFactory("r");
+  expectTypedText("VaroErrdisable::Root", root);
+  expectTypedText("VaroErrdisable::AllIntfSM", root->allIntfSMIs(nullptr, nullptr, nullptr, nullptr));
+  expectTypedText("VaroErrdisable::IntfSM",
+                  intfSMFactory(nullptr, "e1", newPtr<Errdisable::Status>("s"), newPtr<Interface::IntfConfig>("e1")));
+}
+
 // The walk.
 
 struct Instance {
