@@ -113,6 +113,20 @@ TEST_F(AllIntfStatusDirSmTest, AReplacedStatusRebindsTheChildAndRecomputes) {
   EXPECT_EQ(first->zonReferences(), 1U);
 }
 
+TEST_F(AllIntfStatusDirSmTest, AStatusRemovedWhileItsChildIsBeingReboundHasNoChild) {
+  add("Ethernet1");
+  auto const machine = made();
+  events.take();
+  auto const replacement = Zon::newPtr<RecordingStatus>("Ethernet1", events);
+  replacement->before = [&] { dir->intfStatusDel("Ethernet1"); };
+  dir->intfStatusIs(replacement);
+  EXPECT_EQ(children(*machine), std::vector<std::string>());
+  events.take();
+  replacement->before = {};
+  replacement->forwardingModelInputsIs("a", 2);
+  EXPECT_EQ(events.take(), "");
+}
+
 TEST_F(AllIntfStatusDirSmTest, OnADeferringActivityOneChangeIsServedAtTheDispatch) {
   auto const activity = deferring();
   auto const machine = made(activity);
