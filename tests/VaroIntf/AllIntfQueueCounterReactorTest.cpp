@@ -41,12 +41,8 @@ std::vector<std::string> namesOf(Zon::Dir& slices) {
   return names;
 }
 
-class DiscoveryTest : public testing::Test {
+class DiscoveryTest : public SlicesTest {
  protected:
-  Events events;
-  Ptr<Zon::Dir> slices = Zon::newPtr<Zon::Dir>("slices");
-  Ptr<PtrDir> out = Zon::newPtr<PtrDir>("out");
-
   Ptr<Slice> add(char const* name, std::vector<Orvet::IntfId> const& ids) {
     auto const slice = newSlice(name, ids, {"c"});
     slices->entityPtrIs(slice);

@@ -18,12 +18,7 @@ using Leaf = VaroIntf::AllIntfQueueCounterSliceIntfCounterReactor;
 using StatusMachine = VaroIntf::AllIntfStatusDirSm;
 using Zon::Ptr;
 
-class IntfTeardown : public testing::Test {
- protected:
-  Events events;
-  Ptr<Zon::Dir> slices = Zon::newPtr<Zon::Dir>("slices");
-  Ptr<PtrDir> out = Zon::newPtr<PtrDir>("out");
-};
+class IntfTeardown : public SlicesTest {};
 
 // ---------------------------------------------------------------------------------------------------------------
 // The children go, and with them what only they held: the reactor's own input must not hear any more what that does.

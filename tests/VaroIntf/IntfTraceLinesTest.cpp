@@ -22,12 +22,7 @@ std::string line(int number, char const* function, std::string const& text) {
   return "8 VaroIntf:" + std::to_string(number) + " " + function + " <unknown>: " + text + "\n";
 }
 
-class IntfTraceLines : public testing::Test {
- protected:
-  Events events;
-  Ptr<Zon::Dir> slices = Zon::newPtr<Zon::Dir>("slices");
-  Ptr<PtrDir> out = Zon::newPtr<PtrDir>("out");
-};
+class IntfTraceLines : public SlicesTest {};
 
 // First in this file: no other test of this process has used the facility yet when each test has a process of its own.
 TEST(IntfTraceFacility, SwitchedOnBeforeItsFirstUseTakesEffect) {

@@ -1,8 +1,8 @@
 #pragma once
 
 /// \file
-/// What the tests of the interface directory module share: output directories that record how they are written, and
-/// the inputs of the module.
+/// What the tests of the interface directory module share: output directories that record how they are written, the
+/// inputs of the module, and a fixture that has both for slices.
 ///
 /// A write of a mirror is recorded as "out+Ethernet1" or "out-Ethernet1", whether or not it changes anything.
 
@@ -11,6 +11,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "VaroIntf/Agent.h"
 #include "platform/Interface/AllIntfConfigDir.h"
@@ -218,5 +220,13 @@ inline std::vector<std::string> queueBlocks(std::string const& intf, std::string
     names.push_back(intf + "-" + std::to_string(queue) + "-" + counter);
   return names;
 }
+
+/// The input of slice discovery, and an output.
+class SlicesTest : public testing::Test {
+ protected:
+  Events events;
+  Zon::Ptr<Zon::Dir> slices = Zon::newPtr<Zon::Dir>("slices");
+  Zon::Ptr<PtrDir> out = Zon::newPtr<PtrDir>("out");
+};
 
 }  // namespace Support
