@@ -8,10 +8,10 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "Zon/Exception.h"
+#include "support/ChildProcess.h"
 #include "support/Intf.h"
 
 namespace {
@@ -89,18 +89,15 @@ class DamagedCounters : public testing::TestWithParam<std::tuple<Damage, Manager
   ~DamagedCounters() override { ShmemMan::unlink(name_); }
 
   void damage() const {
-    pid_t const other = ::fork();
-    if (other == 0) {
+    ChildProcess other([this] {
       int const fd = ::shm_open(ShmemObject::objectName(name_).c_str(), O_RDWR, 0);
       auto const& [what, manager] = GetParam();
       auto const at = static_cast<off_t>(what.at == theEnd ? endOf(manager.blocks) : what.at);
-      if (what.bytes == 0) ::_exit(::ftruncate(fd, at - 2) == 0 ? 0 : 1);
+      if (what.bytes == 0) return ::ftruncate(fd, at - 2) == 0 ? 0 : 1;
       std::uint64_t const value = what.value == oneMore ? manager.blocks + 1 : what.value;
-      ::_exit(::pwrite(fd, &value, what.bytes, at) == static_cast<ssize_t>(what.bytes) ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(other, &status, 0), other);
-    ASSERT_EQ(status, 0);
+      return ::pwrite(fd, &value, what.bytes, at) == static_cast<ssize_t>(what.bytes) ? 0 : 1;
+    });
+    ASSERT_EQ(other.finish(), 0);
   }
   bool isRefused() const {
     try {

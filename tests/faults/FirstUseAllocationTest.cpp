@@ -5,13 +5,13 @@
 #include <string>
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "Zon/Exception.h"
 #include "Zon/Trace.h"
 #include "faults/FailingAllocations.h"
 #include "faults/Scenarios.h"
+#include "support/ChildProcess.h"
 
 namespace Faults {
 namespace {
@@ -43,8 +43,7 @@ class AllocationAtFirstUse : public testing::Test {
   static std::string answer(std::size_t nth, Which which, bool& failed) {
     std::array<int, 2> pipe{};
     if (::pipe(pipe.data()) != 0) throw std::bad_alloc();
-    pid_t const child = ::fork();
-    if (child == 0) {
+    Support::ChildProcess child([&] {
       std::size_t const before = liveAllocations();
       FailingAllocations faults(nth, which);
       try {
@@ -60,19 +59,18 @@ class AllocationAtFirstUse : public testing::Test {
       std::size_t const inUse = liveAllocations() - before;
       text += "in use: " + std::to_string(inUse) + (faults.failures() != 0 ? "\nfailed" : "\n");
       bool const isTold = ::write(pipe[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
-      ::_exit(isTold ? 0 : 1);
-    }
+      return isTold ? 0 : 1;
+    });
     ::close(pipe[1]);
     std::string text;
     std::array<char, 4096> part;
     for (ssize_t length; (length = ::read(pipe[0], part.data(), part.size())) > 0;)
       text.append(part.data(), static_cast<std::size_t>(length));
     ::close(pipe[0]);
-    int status = 0;
-    ::waitpid(child, &status, 0);
+    int const status = child.finish();
     failed = text.ends_with("failed");
     if (failed) text.resize(text.size() - std::string_view("failed").size());
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? text : text + "it died";
+    return status == 0 ? text : text + "it died";
   }
 
   /// To be run in a fresh process: returns what differs.
@@ -95,7 +93,7 @@ class AllocationAtFirstUse : public testing::Test {
         {
           std::string const problem = allRuns(which);
           std::cerr << problem << "done\n";
-          ::_exit(problem.empty() ? 0 : 1);
+          Support::ChildProcess::leave(problem.empty() ? 0 : 1);
         },
         testing::ExitedWithCode(0), "runs: [0-9]+\ndone");
   }

@@ -15,17 +15,18 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "Zon/Exception.h"
 #include "platform/Pelto/ShmemMan.h"
+#include "support/ChildProcess.h"
 #include "support/PrivateMount.h"
 
 namespace {
 
 using Pelto::ShmemMan;
 using Pelto::ShmemObject;
+using Support::ChildProcess;
 using Zon::newPtr;
 using Zon::Ptr;
 
@@ -37,47 +38,6 @@ class Random {
 
  private:
   std::mt19937 engine_;
-};
-
-/// A process of its own, killed at the latest when the test ends.
-class Other {
- public:
-  explicit Other(std::function<int()> const& work) : process_(::fork()) {
-    if (process_ == 0) {
-      int status = 99;
-      try {
-        status = work();
-      } catch (...) {
-        // Its parent sees the status.
-      }
-      ::_exit(status);
-    }
-  }
-  ~Other() {
-    if (process_ > 0) kill();
-  }
-  Other(Other const&) = delete;
-  Other& operator=(Other const&) = delete;
-
-  void kill() {
-    ::kill(process_, SIGKILL);
-    finish();
-  }
-  /// Whether it has ended by itself.
-  bool hasEnded() {
-    if (process_ > 0 && ::waitpid(process_, &status_, WNOHANG) == process_) process_ = 0;
-    return process_ == 0;
-  }
-  /// Its exit status, or 128 and the signal that ended it.
-  int finish() {
-    if (process_ > 0) ::waitpid(process_, &status_, 0);
-    process_ = 0;
-    return WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_);
-  }
-
- private:
-  pid_t process_;
-  int status_ = 0;
 };
 
 class SharedMemoryFaults : public testing::Test {
@@ -141,7 +101,7 @@ TEST_F(SharedMemoryFaults, AMakerKilledAtAnyMomentIsFollowedByAnotherAndNoReader
     Ptr<ShmemMan> reader;
     std::uint32_t known = 0;
     for (int maker = 0; maker != 12; ++maker) {
-      Other writer([&] { return makeBlocks(name_, all); });
+      ChildProcess writer([&] { return makeBlocks(name_, all); });
       // So many looks, then it is killed: sooner in the life of later makers' objects.
       unsigned const looks = random(object % 3 == 0 ? 3 : 60);
       for (unsigned look = 0; look != looks && !writer.hasEnded(); ++look) {
@@ -163,7 +123,7 @@ TEST_F(SharedMemoryFaults, AMakerKilledAtAnyMomentIsFollowedByAnotherAndNoReader
       ++kills;
     }
     // The last one is let alone, and finds everything.
-    ASSERT_EQ(Other([&] { return makeBlocks(name_, all); }).finish(), 0) << "object " << object;
+    ASSERT_EQ(ChildProcess([&] { return makeBlocks(name_, all); }).finish(), 0) << "object " << object;
     auto const late = ShmemMan::attach(name_);
     ASSERT_EQ(whatIsWrong(*late, all), "");
     if (reader) {
@@ -181,14 +141,14 @@ TEST_F(SharedMemoryFaults, MakersKilledBesideEachOtherLeaveOneBlockForEachName) 
   Random random(7);
   auto const reader = newPtr<ShmemMan>(name_, 1 << 22);
   for (int round = 0; round != 25; ++round) {
-    Other one([&] { return makeBlocks(name_, all); });
-    Other two([&] { return makeBlocks(name_, all); });
+    ChildProcess one([&] { return makeBlocks(name_, all); });
+    ChildProcess two([&] { return makeBlocks(name_, all); });
     for (unsigned looks = random(20); looks != 0; --looks)
       ASSERT_EQ(whatIsWrong(*reader, 0), "");
     one.kill();
     two.kill();
   }
-  ASSERT_EQ(Other([&] { return makeBlocks(name_, all); }).finish(), 0);
+  ASSERT_EQ(ChildProcess([&] { return makeBlocks(name_, all); }).finish(), 0);
   EXPECT_EQ(whatIsWrong(*reader, all), "");
   EXPECT_EQ(reader->counterBlocks(), all);
 }
@@ -222,7 +182,7 @@ TEST_F(SharedMemoryFaults, RandomBytesWhileItIsUsedStopNobody) {
     auto const maker = newPtr<ShmemMan>(name_, 1 << 20);
     auto const early = maker->newCounterBlock("early");
     auto const reader = ShmemMan::attach(name_);
-    Other attacker([&] { return overwrite(name_, seed, seed % 2 == 0); });
+    ChildProcess attacker([&] { return overwrite(name_, seed, seed % 2 == 0); });
     for (int at = 0; at != 150; ++at) {
       // A range exception is all that may come of it.
       try {
@@ -259,13 +219,13 @@ TEST_F(SharedMemoryFaults, RandomBytesWhileItIsUsedStopNobody) {
 TEST_F(SharedMemoryFaults, AnUnlinkedObjectGoesOnForItsUsers) {
   auto const maker = newPtr<ShmemMan>(name_, 1 << 20);
   auto const reader = ShmemMan::attach(name_);
-  ASSERT_EQ(Other([&] { return ShmemMan::unlink(name_) ? 0 : 1; }).finish(), 0);
+  ASSERT_EQ(ChildProcess([&] { return ShmemMan::unlink(name_) ? 0 : 1; }).finish(), 0);
   auto const block = maker->newCounterBlock("late");
   wordAt(*block, 0).store(7);
   ASSERT_TRUE(reader->counterBlock("late"));
   EXPECT_EQ(wordAt(*reader->counterBlock("late"), 0).load(), 7U);
   // The name is free for another object.
-  ASSERT_EQ(Other([&] { return makeBlocks(name_, 3); }).finish(), 0);
+  ASSERT_EQ(ChildProcess([&] { return makeBlocks(name_, 3); }).finish(), 0);
   EXPECT_EQ(maker->counterBlocks(), 1U);
   EXPECT_EQ(ShmemMan::attach(name_)->counterBlocks(), 3U);
 }
@@ -273,7 +233,7 @@ TEST_F(SharedMemoryFaults, AnUnlinkedObjectGoesOnForItsUsers) {
 TEST_F(SharedMemoryFaults, OtherProcessesMayUseUpTheCapacity) {
   auto const mine = newPtr<ShmemMan>(name_, 4096);
   auto const first = mine->newCounterBlock("first");
-  ASSERT_EQ(Other([&] {
+  ASSERT_EQ(ChildProcess([&] {
               auto const manager = newPtr<ShmemMan>(name_, 4096);
               try {
                 for (int at = 0;; ++at)

@@ -13,6 +13,7 @@
 #include "SharedObject.h"
 #include "TerminalProcess.h"
 #include "Zon/Ptr.h"
+#include "support/ChildProcess.h"
 #include "support/PrivateMount.h"
 
 // The managers live in the test, the command reads them from a process of its own.
@@ -91,13 +92,12 @@ TEST_F(Counters, JsonHoldsTheSameExactly) {
 
 TEST_F(Counters, BlocksOfAnEndedMakerAreStillThere) {
   std::string const name = objects_.name("ended");
-  pid_t const child = ::fork();
-  if (child == 0) {
+  Support::ChildProcess child([&]() -> int {
     auto const maker = Zon::newPtr<ShmemMan>(name);
     SharedObjects::set(*maker, "left", 99);
-    ::_exit(0);
-  }
-  ::waitpid(child, nullptr, 0);
+    Support::ChildProcess::leave(0);  // without a word to the object
+  });
+  EXPECT_EQ(child.finish(), 0);
   EXPECT_EQ(rowsOf(runHost({"counters", "--json", name}).out), name + " left 99\n");
 }
 
@@ -231,17 +231,16 @@ TEST_F(Counters, AMakerThatTearsTheObjectApartStopsNobody) {
     SharedObjects::set(*torn, "block" + std::to_string(at), 1);
   }
   std::string const whole = readFile(SharedObjects::path(name));
-  pid_t const vandal = ::fork();
-  if (vandal == 0) {
+  Support::ChildProcess vandal([&] {
     for (unsigned turn = 0;; ++turn) {
       std::uint64_t const size = turn * 7919U % whole.size();
       if (::truncate(SharedObjects::path(name).c_str(), static_cast<off_t>(size)) != 0) {
-        ::_exit(1);
+        return 1;
       }
       SharedObjects::overwrite(name, turn * 104729U % whole.size(), std::string(500, static_cast<char>(turn)));
       SharedObjects::overwrite(name, 0, whole);
     }
-  }
+  });
   {
     HostProcess process({"counters", "--watch", "--json", "--interval", "0.01", "--duration", "1.5", prefix() + "card",
                          prefix() + "torn"});
@@ -249,8 +248,7 @@ TEST_F(Counters, AMakerThatTearsTheObjectApartStopsNobody) {
     EXPECT_TRUE(status == 0 || status == 1) << status << process.err();
     EXPECT_NE(process.out().find("Ethernet2-drops"), std::string::npos);
   }
-  ::kill(vandal, SIGKILL);
-  ::waitpid(vandal, nullptr, 0);
+  vandal.kill();
 }
 
 TEST_F(Counters, WatchingShowsTheTableAndThenWhatChanges) {

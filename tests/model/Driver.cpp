@@ -7,13 +7,11 @@
 #include <utility>
 
 #include <sys/mman.h>
-#include <sys/prctl.h>
 #include <sys/time.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "model/LibraryWorld.h"
 #include "model/Source.h"
+#include "support/ChildProcess.h"
 
 // The leak checker of a sanitized build, absent from others.
 extern "C" int __lsan_do_recoverable_leak_check() __attribute__((weak));
@@ -64,10 +62,7 @@ void startPatience() {
 /// Runs `act` in a child process; empty when it returned true, else how it ended.
 template <class Act>
 std::string inChild(Report& report, Act const& act) {
-  pid_t const child = fork();
-  if (child < 0) throw std::bad_alloc();
-  if (child == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
+  Support::ChildProcess child([&] {
     int code = differs;
     try {
       code = act() ? 0 : differs;
@@ -76,15 +71,13 @@ std::string inChild(Report& report, Act const& act) {
     }
     if (code == 0 && __lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0)
       code = leaks;
-    _exit(code);
-  }
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0) {
-  }
-  if (WIFSIGNALED(status) && WTERMSIG(status) == SIGPROF)
-    return "not done after " + std::to_string(patience) + " s of processor time\n";
-  if (WIFSIGNALED(status)) return "ended by signal " + std::to_string(WTERMSIG(status)) + "\n";
-  switch (WEXITSTATUS(status)) {
+    return code;
+  });
+  int const status = child.finish();
+  int const signal = child.endingSignal();
+  if (signal == SIGPROF) return "not done after " + std::to_string(patience) + " s of processor time\n";
+  if (signal != 0) return "ended by signal " + std::to_string(signal) + "\n";
+  switch (status) {
   case 0:
     return {};
   case differs:
@@ -92,7 +85,7 @@ std::string inChild(Report& report, Act const& act) {
   case leaks:
     return "memory leaked\n";
   default:
-    return "ended with status " + std::to_string(WEXITSTATUS(status)) + "\n";
+    return "ended with status " + std::to_string(status) + "\n";
   }
 }
 

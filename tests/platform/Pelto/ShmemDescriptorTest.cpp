@@ -16,17 +16,18 @@
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "Zon/Exception.h"
 #include "platform/Pelto/ShmemMan.h"
 #include "platform/Pelto/ShmemObject.h"
+#include "support/ChildProcess.h"
 
 namespace {
 
 using Pelto::ShmemMan;
 using Pelto::ShmemObject;
+using Support::ChildProcess;
 
 std::string newName() {
   static int serial = 0;
@@ -35,20 +36,17 @@ std::string newName() {
 
 /// Runs the body in a child, which dies of the first check that fails.
 void inChild(std::function<void()> const& body) {
-  pid_t const child = ::fork();
-  if (child == 0) {
+  ChildProcess child([&] {
     body();
-    ::_exit(0);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    return 0;
+  });
+  EXPECT_EQ(child.finish(), 0);
 }
 
 void check(bool good, char const* what) {
   if (good) return;
   std::fprintf(stderr, "child: not so: %s\n", what);
-  ::_exit(1);
+  ChildProcess::leave(1);
 }
 
 bool isOpen(int fd) { return ::fcntl(fd, F_GETFD) >= 0; }
@@ -85,8 +83,7 @@ TEST(ShmemDescriptors, AMakerOfANamedObjectWaitsForTheLockThoughItsProcessNeverF
   heard.sa_handler = [](int) {};
   struct sigaction before {};
   ASSERT_EQ(::sigaction(SIGUSR1, &heard, &before), 0);
-  pid_t const child = ::fork();
-  if (child == 0) {
+  ChildProcess child([&] {
     int const fd = ::shm_open(ShmemObject::objectName(name).c_str(), O_RDWR, 0);
     struct flock whole {};
     whole.l_type = F_WRLCK;
@@ -96,16 +93,14 @@ TEST(ShmemDescriptors, AMakerOfANamedObjectWaitsForTheLockThoughItsProcessNeverF
     check(::kill(::getppid(), SIGUSR1) == 0, "the waiting one is interrupted");
     ::usleep(50'000);
     check(::write(released[1], "r", 1) == 1, "released");
-    ::_exit(0);  // with it goes the lock
-  }
+    return 0;  // with the process goes the lock
+  });
   char byte;
   ASSERT_EQ(::read(ready[0], &byte, 1), 1);
   manager->newCounterBlock("a");
   struct pollfd was = {released[0], POLLIN, 0};
   EXPECT_EQ(::poll(&was, 1, 0), 1) << "made a block while another process held the lock";
-  int status = 0;
-  EXPECT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(child.finish(), 0);
   EXPECT_EQ(::sigaction(SIGUSR1, &before, nullptr), 0);
   for (int const fd : {ready[0], ready[1], released[0], released[1]})
     ::close(fd);

@@ -14,16 +14,17 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "Zon/Exception.h"
+#include "support/ChildProcess.h"
 
 namespace {
 
 using Pelto::CounterBlock;
 using Pelto::ShmemMan;
 using Pelto::ShmemObject;
+using Support::ChildProcess;
 using Zon::Ptr;
 using Zon::String8;
 
@@ -37,27 +38,11 @@ class ShmemManTest : public testing::Test {
     return Zon::newPtr<ShmemMan>(name_, capacity);
   }
 
-  /// Runs the body in a child process and expects it to answer true.
-  static pid_t start(std::function<bool()> const& body) {
-    pid_t const child = ::fork();
-    if (child == 0) {
-      bool good = false;
-      try {
-        good = body();
-      } catch (std::exception const& exception) {
-        std::fprintf(stderr, "child: %s\n", exception.what());
-      }
-      ::_exit(good ? 0 : 1);
-    }
-    return child;
+  /// Runs the body in a child process, whose status is 0 when it answers true.
+  static ChildProcess start(std::function<bool()> const& body) {
+    return ChildProcess([&] { return body() ? 0 : 1; });
   }
-  static void expectSuccess(pid_t child) {
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0);
-  }
-  static void inChild(std::function<bool()> const& body) { expectSuccess(start(body)); }
+  static void inChild(std::function<bool()> const& body) { EXPECT_EQ(start(body).finish(), 0); }
 
   /// The object's bytes, for tests that play another writer.
   struct Raw {
@@ -219,7 +204,7 @@ TEST_F(ShmemManTest, AnotherProcessSeesBlocksLaterOnesAndBytesBothWays) {
   Ptr<CounterBlock> const first = manager->newCounterBlock("first");
   put(first, 7);
   char token = 'x';
-  pid_t const child = start([&] {
+  ChildProcess child = start([&] {
     auto const reader = ShmemMan::attach(name_);
     Ptr<CounterBlock> const seen = reader->counterBlock("first");
     if (!seen || get(seen) != 7) return false;
@@ -235,7 +220,7 @@ TEST_F(ShmemManTest, AnotherProcessSeesBlocksLaterOnesAndBytesBothWays) {
   put(manager->newCounterBlock("second"), 9);
   put(first, 10);
   ASSERT_EQ(::write(toChild[1], &token, 1), 1);
-  expectSuccess(child);
+  EXPECT_EQ(child.finish(), 0);
   for (int fd : {toChild[0], toChild[1], toParent[0], toParent[1]})
     ::close(fd);
 }
@@ -382,7 +367,7 @@ TEST_F(ShmemManTest, MemoryThatRunsOutIsARangeExceptionAndALaterCallSucceeds) {
 TEST_F(ShmemManTest, ConcurrentCreatorsMakeOneBlockForEachName) {
   constexpr int creators = 4;
   constexpr int names = 800;
-  std::vector<pid_t> children;
+  std::vector<ChildProcess> children;
   for (int c = 0; c < creators; ++c) {
     children.push_back(start([&, c] {
       auto const manager = make();
@@ -395,8 +380,8 @@ TEST_F(ShmemManTest, ConcurrentCreatorsMakeOneBlockForEachName) {
       return true;
     }));
   }
-  for (pid_t child : children)
-    expectSuccess(child);
+  for (ChildProcess& child : children)
+    EXPECT_EQ(child.finish(), 0);
   auto const manager = ShmemMan::attach(name_);
   std::vector<std::string> const all = keys(manager);
   EXPECT_EQ(all.size(), static_cast<std::size_t>(names + creators * names));
@@ -411,7 +396,7 @@ TEST_F(ShmemManTest, ConcurrentCreatorsMakeOneBlockForEachName) {
 
 TEST_F(ShmemManTest, ForkedChildrenOfAPrivateManagerCreateConcurrently) {
   Ptr<ShmemMan> const manager = Zon::newPtr<ShmemMan>();
-  std::vector<pid_t> children;
+  std::vector<ChildProcess> children;
   for (int c = 0; c < 3; ++c) {
     children.push_back(start([&, c] {
       for (int i = 0; i < 500; ++i)
@@ -421,8 +406,8 @@ TEST_F(ShmemManTest, ForkedChildrenOfAPrivateManagerCreateConcurrently) {
   }
   for (int i = 0; i < 500; ++i)
     manager->newCounterBlock("p-" + std::to_string(i));
-  for (pid_t child : children)
-    expectSuccess(child);
+  for (ChildProcess& child : children)
+    EXPECT_EQ(child.finish(), 0);
   std::vector<std::string> const all = keys(manager);
   EXPECT_EQ(std::set<std::string>(all.begin(), all.end()).size(), 2000U);
 }
@@ -432,7 +417,7 @@ TEST_F(ShmemManTest, AKilledCreatorBlocksNobody) {
   manager->newCounterBlock("a");
   int ready[2];
   ASSERT_EQ(::pipe(ready), 0);
-  pid_t const holder = start([&] {
+  ChildProcess holder = start([&] {
     ShmemObject object(name_, ShmemObject::Open::existing, 0);
     ShmemObject::Lock const guard(object);
     char const token = 'x';
@@ -442,13 +427,12 @@ TEST_F(ShmemManTest, AKilledCreatorBlocksNobody) {
   });
   char token = 0;
   ASSERT_EQ(::read(ready[0], &token, 1), 1);
-  pid_t const waiting = start([&] { return static_cast<bool>(make()->newCounterBlock("b")); });
+  ChildProcess waiting = start([&] { return static_cast<bool>(make()->newCounterBlock("b")); });
   // It cannot get on while the lock is held, and does when the holder is killed.
   ::usleep(20000);
   EXPECT_FALSE(manager->counterBlock("b"));
-  ::kill(holder, SIGKILL);
-  ASSERT_EQ(::waitpid(holder, nullptr, 0), holder);
-  expectSuccess(waiting);
+  EXPECT_EQ(holder.kill(), 128 + SIGKILL);
+  EXPECT_EQ(waiting.finish(), 0);
   EXPECT_TRUE(manager->counterBlock("b"));
   ::close(ready[0]);
   ::close(ready[1]);
@@ -675,19 +659,18 @@ TEST_F(ShmemManTest, WhatIsCutBehindTheRecordsIsAllocatedAnew) {
 
 TEST_F(ShmemManTest, AnObjectThatGrowsMeanwhileIsOpenedAllTheSame) {
   auto const manager = make(1 << 22);
-  pid_t const child = start([&] {
+  ChildProcess child = start([&] {
     auto const writer = ShmemMan::attach(name_);
     for (int i = 0; i < 5000; ++i)
       writer->newCounterBlock(String8(std::to_string(i)));
     return true;
   });
-  int status = 0;
   int opened = 0;
-  while (::waitpid(child, &status, WNOHANG) == 0) {
+  while (!child.hasEnded()) {
     ASSERT_EQ(refusal([&] { ShmemMan::attach(name_); }), "not refused");
     ++opened;
   }
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(child.finish(), 0);
   EXPECT_EQ(ShmemMan::attach(name_)->counterBlocks(), 5000U) << opened << " openings meanwhile";
 }
 

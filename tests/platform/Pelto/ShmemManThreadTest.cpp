@@ -12,11 +12,11 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "Zon/Exception.h"
 #include "platform/Pelto/ShmemRecord.h"
+#include "support/ChildProcess.h"
 
 namespace {
 
@@ -151,26 +151,15 @@ int makeAndRead(Zon::Name const& name, unsigned start) {
 TEST(ShmemManThread, MakersInSeveralProcessesAndReadersInTheirThreadsAgreeOnOneBlockPerName) {
   constexpr unsigned processes = 3;
   SharedName const name("several-makers");
-  std::vector<pid_t> makers;
+  std::vector<Support::ChildProcess> makers;
   for (unsigned i = 0; i < processes; ++i) {
-    makers.push_back(::fork());
-    ASSERT_GE(makers.back(), 0);
-    if (makers.back() == 0) {
-      int status = 2;
-      try {
-        Zon::VFPtrInterface::enableThreadSafePointers = true;
-        status = makeAndRead(name(), i * blocks / processes);
-      } catch (...) {
-        // Its parent sees the status.
-      }
-      ::_exit(status);
-    }
+    makers.emplace_back([&, i] {
+      Zon::VFPtrInterface::enableThreadSafePointers = true;
+      return makeAndRead(name(), i * blocks / processes);
+    });
   }
-  for (pid_t const maker : makers) {
-    int status = -1;
-    ASSERT_EQ(::waitpid(maker, &status, 0), maker);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "wait status " << status;
-  }
+  for (Support::ChildProcess& maker : makers)
+    EXPECT_EQ(maker.finish(), 0);
   auto const manager = ShmemMan::attach(name());
   EXPECT_EQ(manager->counterBlocks(), blocks);
   for (unsigned n = 0; n < blocks; ++n) {
