@@ -1,6 +1,7 @@
 #include "host/JsonText.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -21,8 +22,8 @@ bool skipBehind(std::string_view& text, std::string_view mark) noexcept {
   return at != std::string_view::npos;
 }
 
-/// What the library calls a kind of token, for people.
-std::string tokenText(std::string_view token) {
+/// What the library calls a kind of token, for people; null for what is none.
+std::optional<std::string> tokenText(std::string_view token) {
   static constexpr std::pair<std::string_view, std::string_view> words[] = {
       {"string literal", "a string"},       {"number literal", "a number"}, {"true literal", "true"},
       {"false literal", "false"},           {"null literal", "null"},       {"end of input", "the end"},
@@ -33,15 +34,19 @@ std::string tokenText(std::string_view token) {
     }
   }
   // A character between quotes.
-  return fmt::format("\"{}\"", token.substr(1, token.size() - 2));
+  if (token.size() == 3 && token.starts_with('\'') && token.ends_with('\'')) {
+    return fmt::format("\"{}\"", printable(token.substr(1, 1)));
+  }
+  return std::nullopt;
 }
 
 /// What may stand where the library expected that token; after a value it leaves out the comma.
-std::string expectedText(std::string_view token) {
+std::optional<std::string> expectedText(std::string_view token) {
+  std::optional<std::string> const text = tokenText(token);
   if (token == "'}'" || token == "']'") {
-    return fmt::format("\",\" or {}", tokenText(token));
+    return fmt::format("\",\" or {}", *text);
   }
-  return token == "end of input" ? "nothing more" : tokenText(token);
+  return token == "end of input" ? "nothing more" : text;
 }
 
 /// Of what the library read the last is what does not belong there; it writes control characters as <U+001B>.
@@ -55,24 +60,27 @@ std::string_view lastCharacter(std::string_view read) noexcept {
 /// \param fault for instance "unexpected end of input; expected '}'" or "invalid literal; last read: 'x'"
 std::string syntaxFault(std::string_view fault) {
   constexpr std::string_view expectation = "; expected ";
-  std::string_view expected = "'[', '{', or a literal";
   constexpr std::string_view unexpected = "unexpected ";
-  if (fault.starts_with(unexpected)) {
-    std::string_view rest = fault;
-    skipBehind(rest, expectation);
+  if (std::string_view rest = fault; fault.starts_with(unexpected) && skipBehind(rest, expectation)) {
     std::size_t const length = fault.size() - rest.size() - expectation.size() - unexpected.size();
-    return fmt::format("expected {}, found {}", expectedText(rest), tokenText(fault.substr(unexpected.size(), length)));
+    auto const wanted = expectedText(rest);
+    auto const found = tokenText(fault.substr(unexpected.size(), length));
+    if (wanted && found) {
+      return fmt::format("expected {}, found {}", *wanted, *found);
+    }
   }
   std::string_view read = fault;
-  skipBehind(read, "; last read: '");
-  if (std::string_view const start = "invalid literal"; fault.starts_with(start)) {
+  if (fault.starts_with("invalid literal") && skipBehind(read, "; last read: '")) {
+    std::string expected = "a value";
     // What was read may hold anything, even what follows it.
     if (std::size_t const at = read.rfind(std::string("'") + std::string(expectation)); at != std::string_view::npos) {
-      expected = read.substr(at + 1 + expectation.size());
-      read = read.substr(0, at + 1);
+      if (auto const wanted = expectedText(read.substr(at + 1 + expectation.size()))) {
+        expected = *wanted;
+        read = read.substr(0, at + 1);
+      }
     }
     read.remove_suffix(1);
-    return fmt::format("expected {}, found \"{}\"", expectedText(expected), printable(lastCharacter(read)));
+    return fmt::format("expected {}, found \"{}\"", expected, printable(lastCharacter(read)));
   }
   std::string_view reason = fault.substr(0, fault.find("; last read: '"));
   if (skipBehind(reason, "invalid string: ")) {

@@ -55,4 +55,10 @@ TEST(JsonFault, IsPrintableAndShortWhateverWasRead) {
   EXPECT_EQ(fault("{} '; expected x"), "expected nothing more, found \"'\"");
 }
 
+TEST(JsonFault, WhatWasReadIsNotTakenForTheLibrarysOwnWords) {
+  EXPECT_EQ(fault("{\"'; expected \":\xfe"), "expected a value, found \"\\xfe\"");
+  EXPECT_EQ(fault("{\"'; expected '}\":\x1b"), "expected a value, found \"<U+001B>\"");
+  EXPECT_EQ(fault("{\"unexpected x; expected \":\xfe"), "expected a value, found \"\\xfe\"");
+}
+
 }  // namespace
