@@ -177,7 +177,7 @@ class ReactorOf : public Reactor {
   /// What the input watches, null without input or notifier.
   template <class In>
   static auto zonNotifier(Ptr<In> const& input) noexcept {
-    using Notifier = decltype(input->notifier());
+    using Notifier = decltype(std::declval<In&>().notifier());
     return input ? input->notifier() : Notifier();
   }
 

@@ -133,14 +133,14 @@ void appendInteger(std::string& out, long long value) {
 
 }  // namespace
 
-String8 formatArgs(char const* pattern, FormatArg const* args, std::size_t count) {
+String8 formatArgs(char const* pattern, std::span<FormatArg const> args) {
   auto const expect = [](bool condition, char const* text) {
     require(condition, text, "Zon/String8", __LINE__, "format");
   };
   std::string out;
   std::size_t used = 0;
   auto const next = [&](bool text) -> FormatArg const& {
-    expect(used < count, "an argument for every conversion");
+    expect(used < args.size(), "an argument for every conversion");
     FormatArg const& arg = args[used++];
     expect(arg.isText() == text, "the argument fits its conversion");
     return arg;
@@ -165,7 +165,7 @@ String8 formatArgs(char const* pattern, FormatArg const* args, std::size_t count
     rest.remove_prefix(taken);
   }
   out.append(rest);
-  expect(used == count, "a conversion for every argument");
+  expect(used == args.size(), "a conversion for every argument");
   return out;
 }
 

@@ -25,6 +25,7 @@
 #include <initializer_list>
 #include <iosfwd>
 #include <iterator>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -284,7 +285,7 @@ class FormatArg {
 };
 
 /// `format` with its arguments in an array.
-String8 formatArgs(char const* pattern, FormatArg const* args, std::size_t count);
+String8 formatArgs(char const* pattern, std::span<FormatArg const> args);
 
 /// Fills a pattern: `%s` takes a text (zero bytes kept), `%lld` and `%hhu` an integer (the latter its low 8
 /// bits, unsigned), `%%` is a percent sign. REQUIRES: nothing else follows a percent sign, and the arguments
@@ -292,10 +293,10 @@ String8 formatArgs(char const* pattern, FormatArg const* args, std::size_t count
 template <class... Args>
 String8 format(char const* pattern, Args const&... args) {
   if constexpr (sizeof...(Args) == 0) {
-    return formatArgs(pattern, nullptr, 0);
+    return formatArgs(pattern, {});
   } else {
     FormatArg const list[] = {FormatArg(args)...};
-    return formatArgs(pattern, list, sizeof...(Args));
+    return formatArgs(pattern, list);
   }
 }
 
