@@ -4,7 +4,17 @@
 /// One half of the all-interfaces mirror: an input directory whose entries appear in the reactor's output directory. Both
 /// halves are this template; a `Half` says how its directories are read and written.
 ///
+/// Guarantees
+///   A  A keyed change brings that entry of the output in line; another directory, or the immediate notification, the
+///      whole output: what the input does not list leaves it.
+///   B  Without input or output nothing is changed.
 /// REQUIRES: an input built directly is dropped before its reactor.
+///
+/// Use
+///
+///     class AllIntfReactor::ZonConfigIn final : public MirrorInput<AllIntfReactor, ConfigMirror> {
+///       void onIntfConfig(Orvet::IntfId intfId) override { mirror(intfId); }
+///     };
 
 #include "Zon/Input.h"
 #include "platform/Interface/AllIntfConfigDir.h"

@@ -4,6 +4,10 @@
 /// What the classes of the interface directory module share: its trace facility and its registration.
 ///
 /// Guarantees: the facility is made on first use; registration happens once, whatever asks for it first.
+///
+/// Use
+///
+///     if (!VaroIntf::_fwkRegistered()) { ... }  // a type's name was taken
 
 #include "Zon/Trace.h"
 

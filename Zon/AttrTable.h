@@ -3,7 +3,12 @@
 /// \file
 /// The reflection of a class, written once: a table with a line an attribute, made of pointers to members. From the
 /// table follow the type node, ids and names, `attributeOp` with its refusals, iterators, the generic factory and the
-/// registration. A member that does not exist or a setter that does not fit its getter does not compile.
+/// registration.
+///
+/// Guarantees: a member that does not exist or a setter that does not fit its getter does not compile; a table is a
+/// constant.
+///
+/// Use
 ///
 /// A class X declares
 ///

@@ -2,6 +2,14 @@
 
 /// \file
 /// A reactor in an attribute of a root entity: the steps that setting and removing one share.
+///
+/// Guarantees: the attribute holds a complete reactor or the one before; what is removed is silent.
+///
+/// Use
+///
+///     Zon::replaceReactor(
+///         linkSm_, activity, [&](LinkSm const& held) { return held.ports() == ports; },
+///         [&] { return Zon::newPtr<LinkSm>(activity, ports); });
 
 #include <utility>
 

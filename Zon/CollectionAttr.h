@@ -1,7 +1,9 @@
 #pragma once
 
 /// \file
-/// Keyed collections in attribute tables. Include Zon/AttrTable.h, which says how a table is written.
+/// Keyed collections in attribute tables. Include Zon/AttrTable.h, which says how a table is written and shows one.
+///
+/// Guarantees: those of Zon/GenericIf.h; an iterator keeps the owner of the collection alive.
 
 #include "Zon/AttrSpec.h"
 #include "Zon/HashMap.h"

@@ -2,7 +2,13 @@
 
 /// \file
 /// `Zon::HashMapIterator`, the walk over a keyed collection, known as `HashMap<V, K>::Iterator` and
-/// `HashMap<V, K>::IteratorConst`. Include Zon/HashMap.h, which says what a walk guarantees.
+/// `HashMap<V, K>::IteratorConst`. Include Zon/HashMap.h.
+///
+/// Guarantees: those of Zon/HashMap.h, D above all: the current member is held, whatever happens to the map.
+///
+/// Use
+///
+///     for (Ports::Iterator port(ports_); port; port.advance()) { port->activeIs(true); }
 
 #include <concepts>
 #include <cstdint>

@@ -4,6 +4,15 @@
 /// What a keyed collection needs of its members and of its keys: `HashMapLink<V>`, the link a member inherits,
 /// `HashMapKey<K>`, the operations on keys, and `HashMapMember<V>`, through which the collection handles both members
 /// with that base and members that keep a link of their own. See Zon/HashMap.h.
+///
+/// Guarantees: a member is in one map at most; nothing here allocates or throws.
+///
+/// Use
+///
+///     class Port : public Zon::PtrInterface, public Zon::HashMapLink<Port> {
+///      public:
+///       PortId const& fwkKey() const noexcept { return id_; }
+///       ...
 
 #include <concepts>
 #include <cstddef>

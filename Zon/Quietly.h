@@ -1,7 +1,9 @@
 #pragma once
 
 /// \file
-/// The rule of destructors: each step is tried, and nothing is thrown.
+/// The rule of destructors.
+///
+/// Guarantees: each step is tried, and nothing is thrown.
 ///
 /// Use
 ///

@@ -1,7 +1,9 @@
 #pragma once
 
 /// \file
-/// The rule of all creators and entry setters: what they return or take is never null.
+/// The rule of all creators and entry setters.
+///
+/// Guarantees: what they return or take is never null; the range exception "null ValidPtr" says so.
 ///
 /// Use
 ///

@@ -1,8 +1,9 @@
 #pragma once
 
 /// \file
-/// Whether an object became a zombie in the course of a run: then the run stops. One that was a zombie before is worked
-/// on all the same, because handlers may be called on it directly.
+/// Whether an object became a zombie in the course of a run: then the run stops.
+///
+/// Guarantees: one that was a zombie before is worked on all the same, because handlers may be called on it directly.
 ///
 /// Use
 ///

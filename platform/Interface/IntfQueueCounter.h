@@ -1,7 +1,9 @@
 #pragma once
 
 /// \file
-/// `Interface::IntfQueueCounter`: one named queue counter of an interface. Only its presence under its name matters.
+/// `Interface::IntfQueueCounter`: one named queue counter of an interface.
+///
+/// Guarantees: only its presence under its name matters; it has no value of its own.
 ///
 /// Use
 ///
