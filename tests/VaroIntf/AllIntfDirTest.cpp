@@ -114,13 +114,36 @@ TEST_P(AllIntfDirHalf, RemovingUnparentsReturnsAndTells) {
   auto const a = watch("a");
   auto const child = half.get(*dir);
   bool gone = false;
-  a->act = [&](std::string const&) { gone = !half.get(*dir); };
+  bool orphaned = false;
+  a->act = [&](std::string const&) {
+    gone = !half.get(*dir);
+    orphaned = !child->parent();
+  };
   EXPECT_EQ(half.del(*dir), child);
   EXPECT_TRUE(gone);
+  EXPECT_TRUE(orphaned);
   EXPECT_EQ(child->parent(), nullptr);
   EXPECT_EQ(half.get(*dir), nullptr);
   EXPECT_EQ(events.take(), heardBy("a"));
   EXPECT_EQ(child->zonReferences(), 1U);
+}
+
+TEST_P(AllIntfDirHalf, TheRemovedChildHasLeftItsAttributeBeforeItLosesItsParent) {
+  auto const a = watch("a");
+  auto const child = half.get(*dir);
+  int heard = 0;
+  auto const look = [&] {
+    ++heard;
+    EXPECT_EQ(half.get(*dir), nullptr);
+    EXPECT_EQ(child->parent(), nullptr);
+    EXPECT_EQ(events.take(), "");  // the directory's own watchers come later
+  };
+  // One of the two watches the child, the other nothing.
+  auto const config = watchParent(Zon::ptrCast<ConfigDir>(child), look);
+  auto const status = watchParent(Zon::ptrCast<StatusDir>(child), look);
+  half.del(*dir);
+  EXPECT_EQ(heard, 1);
+  EXPECT_EQ(events.take(), heardBy("a"));
 }
 
 TEST_P(AllIntfDirHalf, RemovingTwiceReturnsNullAndCallsNobodyTheSecondTime) {
@@ -423,6 +446,18 @@ TEST_F(AllIntfDirTest, DestructionAnnouncesConfigThenStatusAndLeavesItsWatchersW
   EXPECT_EQ(config->zonReferences(), 1U);
   EXPECT_EQ(a->notifier(), nullptr);
   EXPECT_TRUE(a->isRegisteredNotifiee());
+}
+
+TEST_F(AllIntfDirTest, DestructionReleasesEachChildBeforeTheNextOneIsAnnounced) {
+  auto const a = watch("a");
+  auto const config = Zon::newPtr<ConfigDirWatcher>("config", events, dir->config());
+  auto const status = Zon::newPtr<StatusDirWatcher>("status", events, dir->status());
+  a->zon_bitSetIs(Zon::zonUncountedNotifier);
+  config->zon_bitSetIs(Zon::zonUncountedNotifier);
+  status->zon_bitSetIs(Zon::zonUncountedNotifier);
+  dir = nullptr;
+  EXPECT_EQ(events.take(), "a:zeroReferences config:parent a:config config:zeroReferences "
+                           "status:parent a:status status:zeroReferences");
 }
 
 TEST_F(AllIntfDirTest, WhatWatchersThrowWhileItDiesStaysInside) {
