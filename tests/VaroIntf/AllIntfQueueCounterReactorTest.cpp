@@ -177,6 +177,31 @@ TEST_F(DiscoveryTest, AReplacedSliceIsRefusedWithBothValuesAndServedOnceItWasRem
   EXPECT_EQ(idsOf(*out), "E2");
 }
 
+TEST_F(DiscoveryTest, OnADeferringActivityAReplacedSliceIsServedWhenTheRemovalWasDispatched) {
+  auto const activity = deferring();
+  auto const a = add("a", {"E1"});
+  auto const anew = newSlice("a", {"E2"});
+  auto const reactor = made(activity);
+  slices->entityPtrDel("a");
+  slices->entityPtrIs(anew);
+  EXPECT_EQ(activity->zonDispatch(), 1U);
+  EXPECT_EQ(reactor->sliceSm("a")->counterIn(), a);
+  EXPECT_EQ(idsOf(*out), "E1");
+  // What nobody dispatched in between, neither handler mends.
+  EXPECT_EQ(refusal([&] { reactor->handleQueueCounterDir(); }), reinstantiating("counterIn", anew, a));
+  EXPECT_EQ(refusal([&] { reactor->handleQueueCounterDir("a"); }), reinstantiating("counterIn", anew, a));
+  EXPECT_EQ(reactor->sliceSm("a")->counterIn(), a);
+
+  slices->entityPtrDel("a");
+  EXPECT_EQ(activity->zonDispatch(), 1U);
+  EXPECT_EQ(slicesOf(*reactor), "");
+  slices->entityPtrIs(anew);
+  EXPECT_EQ(activity->zonDispatch(), 1U);
+  ASSERT_NE(reactor->sliceSm("a"), nullptr);
+  EXPECT_EQ(reactor->sliceSm("a")->counterIn(), anew);
+  EXPECT_EQ(contents(*out), contents(*anew));
+}
+
 TEST_F(DiscoveryTest, ASweepThatMeetsAReplacedSliceEndsThere) {
   add("a", {"E1"});
   add("b", {"E2"});
@@ -357,6 +382,44 @@ TEST_F(DiscoveryTest, AnExceptionInCreationLeavesNothing) {
   EXPECT_EQ(idsOf(*out), "E1");
 }
 
+TEST_F(DiscoveryTest, ASliceWhoseReactorCouldNotBeMadeIsServedAtItsNextNotification) {
+  auto const reactor = made();
+  auto const a = newSlice("a", {"E1"}, {"c"});
+  a->statisticsShmemManIs(Zon::newPtr<Pelto::ShmemMan>("", room(3)));
+  slices->entityPtrIs(a);  // contained
+  EXPECT_EQ(contents(*out), contents(*a));
+  EXPECT_EQ(reactor->sliceSm("a"), nullptr);
+  // Nobody hears its interfaces,
+  a->intfQueueCounterDirNotify("E1");
+  EXPECT_EQ(a->statisticsShmemMan()->counterBlocks(), 3U);
+  // and nobody withdraws them when it leaves: that takes a sweep.
+  slices->entityPtrDel("a");
+  EXPECT_EQ(idsOf(*out), "E1");
+  slices->entityPtrNotify("a");
+  EXPECT_EQ(idsOf(*out), "E1");
+  reactor->handleQueueCounterDir();
+  EXPECT_EQ(idsOf(*out), "");
+
+  slices->entityPtrIs(a);
+  EXPECT_EQ(slicesOf(*reactor), "");
+  a->statisticsShmemManIs(Zon::newPtr<Pelto::ShmemMan>());
+  slices->entityPtrNotify("a");
+  ASSERT_NE(reactor->sliceSm("a"), nullptr);
+  EXPECT_EQ(reactor->sliceSm("a")->counterIn(), a);
+  EXPECT_EQ(blocksOf(*a->statisticsShmemMan()), queueBlocks("E1", "c"));
+  slices->entityPtrDel("a");
+  EXPECT_EQ(idsOf(*out), "");
+  // A sweep makes it too.
+  a->statisticsShmemManIs(Zon::newPtr<Pelto::ShmemMan>("", room(3)));
+  slices->entityPtrIs(a);
+  EXPECT_EQ(slicesOf(*reactor), "");
+  EXPECT_THROW(reactor->handleQueueCounterDir(), Zon::RangeException);
+  EXPECT_EQ(slicesOf(*reactor), "");
+  a->statisticsShmemManIs(Zon::newPtr<Pelto::ShmemMan>());
+  reactor->handleQueueCounterDir();
+  EXPECT_EQ(slicesOf(*reactor), "a");
+}
+
 TEST_F(DiscoveryTest, DestructionReleasesSlicesThenInputOutputActivity) {
   auto reactor = Discovery::AllIntfQueueCounterReactorIs(Zon::newPtr<Mourned<Zon::ActivityConfig>>(events, "act"),
                                                          Zon::newPtr<Mourned<PtrDir>>(events, "out", "o"),
@@ -453,6 +516,88 @@ TEST_F(DiscoveryTest, ASliceRemovedWhileItsReactorIsBeingBuiltStillGetsOne) {
   reactor->handleQueueCounterDir("a");
   EXPECT_EQ(slicesOf(*reactor), "");
   EXPECT_EQ(idsOf(*out), "");
+}
+
+TEST_F(DiscoveryTest, ASliceRemovedByAnEarlierWatcherOfItsOwnLeavesTheInterfacePublishedThatLeftIt) {
+  auto const a = add("a", {"E1", "E2"});
+  auto const earlier = Zon::newPtr<QueueCounterDirWatcher<Slice::NotifieeConst>>("earlier", events, a);
+  auto const reactor = made();
+  auto const slice = reactor->sliceSm("a");
+  earlier->act = [&](std::string const& event) {
+    if (event == "key(E1)") slices->entityPtrDel("a");
+  };
+  a->intfQueueCounterDirDel("E1");
+  EXPECT_EQ(events.take(), "earlier:key(E1) earlier:parent");
+  EXPECT_TRUE(slice->zonMarkedForDeletion());
+  EXPECT_EQ(slicesOf(*reactor), "");
+  EXPECT_EQ(idsOf(*out), "E1");
+  reactor->handleQueueCounterDir("a");
+  EXPECT_EQ(idsOf(*out), "E1");
+  reactor->handleQueueCounterDir();
+  EXPECT_EQ(idsOf(*out), "");
+}
+
+TEST_F(DiscoveryTest, AnInterfaceRemovedWhileItsSliceReactorIsBeingBuiltStaysPublishedUntilItsHandlerRuns) {
+  auto const reactor = made();
+  auto const a = newSlice("a", {"E1", "E2"}, {"c"});
+  auto const order = walkOf(*a);
+  auto const watcher = Zon::newPtr<PtrDirWatcher>("w", events, out);
+  watcher->act = [&](std::string const& event) {
+    if (event == "key(" + order[1] + ")") a->intfQueueCounterDirDel(order[0]);
+  };
+  slices->entityPtrIs(a);
+  watcher->act = {};
+  auto const slice = reactor->sliceSm("a");
+  ASSERT_NE(slice, nullptr);
+  EXPECT_EQ(idsOf(*out), "E1 E2");
+  slice->handleQueueCounterDir();
+  EXPECT_EQ(idsOf(*out), "E1 E2");
+  // The sweep over all slices withdraws it, but its leaf is still there.
+  reactor->handleQueueCounterDir();
+  EXPECT_EQ(idsOf(*out), order[1]);
+  EXPECT_NE(slice->intfQueueCounterSm(order[0]), nullptr);
+  out->intfQueueCounterDirIs(newCounters(order[0]));
+  slice->handleQueueCounterDir(order[0]);
+  EXPECT_EQ(idsOf(*out), order[1]);
+  EXPECT_EQ(slice->intfQueueCounterSm(order[0]), nullptr);
+}
+
+TEST_F(DiscoveryTest, AnInterfaceAddedBehindTheWalkWhileItsSliceReactorIsBeingBuiltTakesItsSweep) {
+  auto const reactor = made();
+  auto const order = walkOf(*newSlice("order", {"E1", "E2"}));
+  auto const a = newSlice("a", {order[1]}, {"c"});
+  auto const watcher = Zon::newPtr<PtrDirWatcher>("w", events, out);
+  watcher->act = [&](std::string const&) {
+    watcher->act = {};
+    a->intfQueueCounterDirIs(newCounters(order[0], {"c"}));
+  };
+  slices->entityPtrIs(a);
+  EXPECT_EQ(idsOf(*out), order[1]);
+  reactor->handleQueueCounterDir();
+  EXPECT_EQ(idsOf(*out), order[1]);
+  reactor->sliceSm("a")->handleQueueCounterDir();
+  EXPECT_EQ(contents(*out), contents(*a));
+  EXPECT_EQ(a->statisticsShmemMan()->counterBlocks(), 36U);
+}
+
+TEST_F(DiscoveryTest, SlicesEditedWhileItIsBeingMadeAreNotHeard) {
+  add("a", {"E1"});
+  add("b", {"E2"});
+  auto const order = namesOf(*slices);
+  auto const watcher = Zon::newPtr<PtrDirWatcher>("w", events, out);
+  auto const last = idsOf(*Zon::ptrCast<Slice>(slices->entityPtr(order[1])));
+  watcher->act = [&](std::string const& event) {
+    if (event == "key(" + last + ")") slices->entityPtrDel(order[0]);
+  };
+  auto const reactor = made();
+  watcher->act = {};
+  EXPECT_EQ(slicesOf(*reactor), "a b");
+  EXPECT_EQ(idsOf(*out), "E1 E2");
+  reactor->handleQueueCounterDir();
+  EXPECT_EQ(slicesOf(*reactor), "a b");
+  EXPECT_EQ(idsOf(*out), last);
+  reactor->handleQueueCounterDir(order[0]);
+  EXPECT_EQ(slicesOf(*reactor), order[1]);
 }
 
 TEST_F(DiscoveryTest, AReactorThatBecomesAZombieInTheMiddleOfASweepStopsThere) {

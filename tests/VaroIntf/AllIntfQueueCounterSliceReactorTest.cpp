@@ -86,6 +86,20 @@ TEST_F(SliceReactorTest, AnInterfaceThatComesIsPublishedAndOneThatGoesWithdrawn)
   EXPECT_EQ(idsOf(*out), "Ethernet2 Ethernet3");
 }
 
+TEST_F(SliceReactorTest, AnEntryIsWithdrawnBeforeItsLeafIsRemoved) {
+  auto const reactor = made();
+  auto const leaf = reactor->intfQueueCounterSm("Ethernet1");
+  auto const watcher = Zon::newPtr<PtrDirWatcher>("w", events, out);
+  watcher->act = [&](std::string const&) {
+    EXPECT_EQ(out->intfQueueCounterDir("Ethernet1"), nullptr);
+    EXPECT_EQ(reactor->intfQueueCounterSm("Ethernet1"), leaf);
+    EXPECT_FALSE(leaf->zonMarkedForDeletion());
+  };
+  slice->intfQueueCounterDirDel("Ethernet1");
+  EXPECT_EQ(events.take(), "w:key(Ethernet1)");
+  EXPECT_EQ(reactor->intfQueueCounterSm("Ethernet1"), nullptr);
+}
+
 TEST_F(SliceReactorTest, ANotificationWithoutChangePublishesAgain) {
   auto const reactor = made();
   out->intfQueueCounterDirDelAll();
