@@ -414,6 +414,50 @@ TEST_F(AgentTest, WhatABurstLostComesBackWithANewReactor) {
   EXPECT_EQ(idsOf(*out), "E1 E2");
 }
 
+TEST_F(AgentTest, ASliceReplacedInABurstIsServedByANewReactor) {
+  auto const waiting = deferring();
+  slices->entityPtrIs(newSlice("a", {"E1"}));
+  agent->allIntfQueueCounterReactorIs(waiting, out, slices);
+  auto const anew = newSlice("a", {"E2"});
+  slices->entityPtrDel("a");
+  slices->entityPtrIs(anew);
+  waiting->zonDispatch();
+  auto const counters = agent->allIntfQueueCounterReactor();
+  EXPECT_THROW(counters->handleQueueCounterDir(), Zon::NameInUseException);
+  EXPECT_THROW(counters->handleQueueCounterDir("a"), Zon::NameInUseException);
+  agent->allIntfQueueCounterReactorDel();
+  EXPECT_EQ(agent->allIntfQueueCounterReactorIs(waiting, out, slices)->sliceSm("a")->counterIn(), anew);
+  EXPECT_EQ(contents(*out), contents(*anew));
+}
+
+TEST_F(AgentTest, WhatWaitsOnARetiredActivityTheSettersTakeToTheNextOne) {
+  auto const retired = deferring();
+  auto const next = deferring();
+  auto const wire = [&](Ptr<Zon::ActivityConfig> const& used) {
+    agent->allIntfStatusDirSmIs(used, statuses);
+    agent->allIntfQueueCounterReactorIs(used, out, slices);
+  };
+  auto const served = [&](char const* id) {
+    return agent->allIntfStatusDirSm()->intfStatusReactor(id) && agent->allIntfQueueCounterReactor()->sliceSm(id);
+  };
+  auto const add = [&](char const* id) {
+    statuses->intfStatusIs(newStatus(id));
+    slices->entityPtrIs(newSlice(id, {id}));
+  };
+  wire(retired);
+  add("E1");
+  EXPECT_EQ(next->zonDispatch(), 0U);
+  EXPECT_EQ(retired->zonPending(), 2U);
+  wire(next);
+  EXPECT_EQ(retired->zonPending(), 0U);
+  EXPECT_FALSE(served("E1"));
+  EXPECT_EQ(next->zonDispatch(), 2U);
+  EXPECT_TRUE(served("E1"));
+  add("E2");
+  wire(nullptr);  // nothing waits on no activity
+  EXPECT_TRUE(served("E2"));
+}
+
 TEST_F(AgentTest, TwoAgentsInARowMakeAChain) {
   auto const second = VaroIntf::agentFactory("y");
   agent->allIntfReactorIs(activity, second->allIntfDir()->config(), second->allIntfDir()->status());

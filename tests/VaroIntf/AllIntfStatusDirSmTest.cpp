@@ -521,6 +521,25 @@ TEST_P(StatusSabotage, AtEveryStepOfEverySweepTheWorldStaysSound) {
 INSTANTIATE_TEST_SUITE_P(Of, StatusSabotage, testing::ValuesIn(sabotages),
                          [](auto const& sabotage) { return std::string(sabotage.param.name); });
 
+TEST_F(AllIntfStatusDirSmTest, StatusesEditedWhileItIsBeingMadeAreNotHeard) {
+  add("Ethernet1");
+  add("Ethernet2");
+  auto const order = walkOf(*dir);
+  dir->intfStatusDel(order[0]);
+  auto const last = Zon::newPtr<RecordingStatus>(order[1], events);
+  dir->intfStatusIs(last);
+  last->before = [&] { dir->intfStatusIs(newStatus(order[0].c_str())); };
+  auto const missing = made();
+  EXPECT_EQ(children(*missing), std::vector<std::string>{order[1]});
+  missing->handleIntfStatus();
+  EXPECT_EQ(children(*missing), order);
+  last->before = [&] { dir->intfStatusDel(order[0]); };
+  auto const leftOver = made();
+  EXPECT_EQ(children(*leftOver), order);
+  leftOver->handleIntfStatus(order[0]);
+  EXPECT_EQ(children(*leftOver), std::vector<std::string>{order[1]});
+}
+
 TEST_F(AllIntfStatusDirSmTest, TheChildThatCallbacksMadeMeanwhileIsKept) {
   auto const machine = AllIntfStatusDirSm::AllIntfStatusDirSmIs(nullptr, nullptr);
   auto const outer = Zon::newPtr<RecordingStatus>("Ethernet1", events);

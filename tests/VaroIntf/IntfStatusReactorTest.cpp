@@ -277,6 +277,18 @@ TEST_F(IntfStatusReactorTest, AnInputAddedByAWatcherOfTheWriteIsResolvedAndStand
   EXPECT_EQ(status->forwardingModel(), 1);
 }
 
+TEST_F(IntfStatusReactorTest, AnInputAddedByAWatcherOfTheFirstWriteIsResolvedByTheHandler) {
+  auto const watcher = Zon::newPtr<StatusWatcher>("w", events, status);
+  watcher->act = [&](std::string const&) {
+    watcher->act = {};
+    status->forwardingModelInputsIs("a", 3);
+  };
+  auto const reactor = made();
+  EXPECT_EQ(status->forwardingModel(), 5);  // the reactor was not on yet
+  reactor->handleForwardingModelInputs();
+  EXPECT_EQ(status->forwardingModel(), 3);
+}
+
 TEST_F(IntfStatusReactorTest, AWatcherOfTheWriteMayDropReactorAndStatus) {
   auto reactor = made();
   auto const watcher = Zon::newPtr<StatusWatcher>("w", events, status);
