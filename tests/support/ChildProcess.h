@@ -27,9 +27,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// The run time of a build that counts coverage, absent from others.
-extern "C" int __llvm_profile_write_file(void) __attribute__((weak));
-
 namespace Support {
 
 class ChildProcess {
@@ -58,11 +55,7 @@ class ChildProcess {
   ~ChildProcess() { kill(); }
 
   /// For a child in the middle of its function: ends it with this status; nothing is destroyed or flushed.
-  [[noreturn]] static void leave(int status) {
-    // `_exit` does not write what the program counted; what shared libraries counted is theirs, and stays unwritten.
-    if (__llvm_profile_write_file != nullptr) __llvm_profile_write_file();
-    ::_exit(status);
-  }
+  [[noreturn]] static void leave(int status) { ::_exit(status); }
 
   /// Whether it has ended by now.
   bool hasEnded() { return wait(WNOHANG); }
