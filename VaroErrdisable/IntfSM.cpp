@@ -43,7 +43,11 @@ IntfSM::IntfSM(Zon::Ptr<Zon::ActivityConfig> const& activity, Orvet::IntfId intf
   }
 }
 
-IntfSM::~IntfSM() { zonTearDown(); }
+IntfSM::~IntfSM() {
+  zonTearDown();
+  // Before the members: as a base the link would go after them.
+  fwkHmNextIs(nullptr);
+}
 
 Zon::Ptr<Interface::IntfConfig> IntfSM::intfConfig() const { return zonNotifier(intfConfig_); }
 

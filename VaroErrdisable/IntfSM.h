@@ -12,6 +12,8 @@
 ///   C  An evaluation works on the configuration, status and errdisable status it began with, whatever a callback of its
 ///      own writes replaces.
 ///   D  Its own writes and a changed default configuration cause no evaluation.
+///   E  At its end, silent already, it releases the collection link, the status input, the configuration input, the
+///      errdisable status and the activity, in this order.
 ///
 /// REQUIRES, at every evaluation: a configuration; an errdisable status unless the status is inactive.
 ///

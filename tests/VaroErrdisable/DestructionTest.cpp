@@ -43,6 +43,31 @@ TEST(Destruction, AnInterfacesMachineReleasesStatusConfigurationErrdisableStatus
   EXPECT_EQ(events.take(), "~status ~config ~errdisable ~activity");
 }
 
+TEST(Destruction, AnInterfacesMachineReleasesItsCollectionLinkBeforeItsMembers) {
+  Events events;
+  auto machine =
+      VaroErrdisable::intfSMFactory(Zon::newPtr<MournedActivity>(events, "activity", immediately), "Ethernet1",
+                                    Zon::newPtr<MournedList>(events, "errdisable", "errdisable"),
+                                    Zon::newPtr<MournedConfig>(events, "config", "Ethernet1"));
+  machine->intfStatusIs(Zon::newPtr<MournedStatus>(events, "status", "Ethernet1"));
+  machine->fwkHmNextIs(Zon::newPtr<Mourned<IntfSM>>(events, "linked", nullptr, "Ethernet2", nullptr, nullptr));
+  EXPECT_EQ(events.take(), "");
+  machine = nullptr;
+  EXPECT_EQ(events.take(), "~linked ~status ~config ~errdisable ~activity");
+}
+
+TEST(Destruction, WhenTheCollectionLinkGoesTheInputsOfAnInterfacesMachineAreSilent) {
+  ErrdisableInputs inputs;
+  auto const config = inputs.newConfig("Ethernet1");
+  auto machine = inputs.newMachine(nullptr, config);
+  auto linked = Zon::newPtr<Mourned<IntfSM>>(inputs.events, "linked", nullptr, "Ethernet2", nullptr, nullptr);
+  linked->lastWill = [&] { config->adminEnabledStateLocalIs(IntfEnabledState::disabled); };
+  machine->fwkHmNextIs(linked);
+  linked = nullptr;
+  machine = nullptr;
+  EXPECT_EQ(inputs.events.take(), "~linked");
+}
+
 TEST(Destruction, TheMachineOfAllReleasesMembersThenInputsLastFirstThenTheActivity) {
   Events events;
   auto configs = Zon::newPtr<MournedConfigDir>(events, "configs", "config");
