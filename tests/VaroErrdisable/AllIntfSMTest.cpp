@@ -48,6 +48,12 @@ class AllIntfSMTest : public testing::Test, protected ErrdisableInputs {
       text += (text.empty() ? "" : " ") + name;
     return text;
   }
+  std::size_t countMembers() const {
+    std::size_t count = 0;
+    for (auto it = std::as_const(*machines).intfSMIteratorConst(); it; it.advance())
+      ++count;
+    return count;
+  }
   Ptr<AllIntfSM> rewired(Ptr<Zon::ActivityConfig> const& activity) {
     machines = nullptr;
     machines = newMachines(activity);
@@ -133,11 +139,20 @@ TEST_F(AllIntfSMTest, DuringTheFirstScanItIsInitializedButHearsNothing) {
   config->beforeState = [this, &config] {
     config->beforeState = nullptr;
     addConfig("Ethernet0");
+    addStatus("Ethernet1", false);
     errdisable->errdisabledIntfIs("Ethernet1", "loop");
   };
+  TraceLines lines("Errdisable", {7});
   machines = newMachines(nullptr);
-  // Whether the walk meets the new one is a matter of its hash; the entry is heard by nobody.
-  EXPECT_EQ(config->holds(), "unset ''");
+  // Whether the walk meets the new one, after this one, is a matter of its hash.
+  std::string const written = events.take();
+  EXPECT_TRUE(written.starts_with("Ethernet1.state=unset Ethernet1.reason=''")) << written;
+  EXPECT_EQ(written.find("Ethernet1", written.find("reason")), std::string::npos) << written;
+  std::string const traced = lines.take();
+  std::string const scanned = "::handleIntf(Orvet::IntfId)Ethernet1\n";
+  EXPECT_NE(traced.find(scanned), std::string::npos) << traced;
+  EXPECT_EQ(traced.find(scanned), traced.rfind(scanned)) << traced;
+  EXPECT_EQ(traced.find("handleErrdisable"), std::string::npos) << traced;
 }
 
 // ---------------------------------------------------------------------------------------------------------------
@@ -625,13 +640,26 @@ TEST_F(AllIntfSMTest, MembersHearTheirOwnChangesAtOnceThoughTheMachineDefers) {
 TEST_F(AllIntfSMTest, DeferredInputsAreServedInOrderOfTheirFirstChangeAndReadPresentState) {
   auto const activity = deferring();
   rewired(activity);
-  TraceLines lines("Errdisable", {7});
+  // The status comes first and finds the configuration, which has its own turn after it.
   addStatus("Ethernet1", false);
   addConfig("Ethernet1");
   EXPECT_EQ(activity->zonDispatch(), 2U);
   EXPECT_EQ(events.take(), "Ethernet1.state=disabled Ethernet1.reason='inactive' "
                            "Ethernet1.state=disabled Ethernet1.reason='inactive'");
   EXPECT_EQ(activity->zonPending(), 0U);
+  // Interfaces of their own tell whose turn it is.
+  addConfig("Ethernet2");
+  statuses->intfStatusNotify("Ethernet1");
+  EXPECT_EQ(activity->zonDispatch(), 2U);
+  EXPECT_EQ(events.take(), "Ethernet2.state=unset Ethernet2.reason='' "
+                           "Ethernet1.state=disabled Ethernet1.reason='inactive'");
+  errdisable->errdisabledIntfIs("Ethernet2", "loop");
+  statuses->intfStatusNotify("Ethernet1");
+  addConfig("Ethernet3");
+  EXPECT_EQ(activity->zonDispatch(), 3U);
+  EXPECT_EQ(events.take(), "Ethernet2.state=disabled Ethernet2.reason='loop' "
+                           "Ethernet1.state=disabled Ethernet1.reason='inactive' "
+                           "Ethernet3.state=unset Ethernet3.reason=''");
 }
 
 TEST_F(AllIntfSMTest, AnotherActivityMovesTheInputsAndLeavesTheMembersAlone) {
@@ -825,13 +853,13 @@ TEST_F(AllIntfSMTest, AWatcherMayAddInterfacesInTheMiddleOfAScanAndEachIsServed)
     for (int i = 8; i != 40; ++i)
       addConfig("Ethernet" + std::to_string(i));
   };
-  machines->initializedIs(false);
+  // Told by the evaluation of the scan, not by the member's own input.
+  machines->hasNotificationActiveIs(false);
   first->adminEnabledStateLocalIs(disabled);
+  machines->hasNotificationActiveIs(true);
+  EXPECT_EQ(countMembers(), 8U);
   machines->handleInitialized();
-  std::size_t count = 0;
-  for (auto it = machines->intfSMIterator(); it; it.advance())
-    ++count;
-  EXPECT_EQ(count, 40U);
+  EXPECT_EQ(countMembers(), 40U);
 }
 
 TEST_F(AllIntfSMTest, AWatcherMayRemoveInterfacesInTheMiddleOfAScanAtEveryPosition) {

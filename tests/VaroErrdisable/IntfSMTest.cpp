@@ -561,13 +561,28 @@ TEST_F(IntfSMTest, OnADeferringActivityItEvaluatesOncePerDispatchHoweverManyChan
 TEST_F(IntfSMTest, OnADeferringActivityBothInputsTakeTheirTurnInOrderOfTheirFirstChange) {
   auto const activity = deferring();
   machine->zonFwkActivityIs(activity);
-  auto const status = giveStatus(true);
+  std::string const once = "Ethernet1.state=disabled Ethernet1.reason='admin'";
+  // The first of both turns drops the status input, and with it the turn of that input if it is still to come.
+  auto const dropStatus = [this] {
+    config->beforeState = nullptr;
+    machine->intfStatusDel();
+  };
+  auto status = giveStatus(true);
   status->activeIs(false);
   config->adminEnabledStateLocalIs(disabled);
   status->activeIs(true);
-  EXPECT_EQ(activity->zonDispatch(), 2U);
-  EXPECT_EQ(events.take(), "Ethernet1.state=disabled Ethernet1.reason='admin' "
-                           "Ethernet1.state=disabled Ethernet1.reason='admin'");
+  config->beforeState = dropStatus;
+  EXPECT_EQ(activity->zonDispatch(), 2U) << "the status, then the configuration";
+  EXPECT_EQ(events.take(), once + " " + once);
+
+  status = giveStatus(true);
+  config->adminEnabledStateLocalIs(enabled);
+  status->activeIs(false);
+  config->adminEnabledStateLocalIs(disabled);
+  status->activeIs(true);
+  config->beforeState = dropStatus;
+  EXPECT_EQ(activity->zonDispatch(), 1U) << "the configuration; the status never";
+  EXPECT_EQ(events.take(), once);
 }
 
 TEST_F(IntfSMTest, OnADeferringActivityAnotherEntityEvaluatesAtOnce) {
@@ -651,21 +666,32 @@ TEST_F(IntfSMTest, ActivityIsRefreshedConfigurationFirstThenStatus) {
   auto const activity = deferring();
   machine->zonFwkActivityIs(activity);
   auto const status = giveStatus(true);
-  // Queued in the other order, served in the order of the refresh.
-  status->activeIs(false);
   config->adminEnabledStateLocalIs(disabled);
+  // The configuration's pending work runs inside the refresh, and then the status is still on the old activity: what is
+  // heard of it waits for its own refresh.
   config->beforeState = [this, &status] {
     config->beforeState = nullptr;
-    status->Interface::IntfStatus::activeIs(true);
+    status->activeIs(false);
   };
-  auto const next = deferring();
-  machine->zonFwkActivityIs(next);
-  EXPECT_EQ(next->zonPending(), 2U);
-  config->beforeState = nullptr;
-  TraceLines lines("Errdisable", {7});
   machine->zonFwkActivityIs(nullptr);
-  EXPECT_EQ(events.take(), "Ethernet1.state=disabled Ethernet1.reason='inactive' "
+  EXPECT_EQ(events.take(), "Ethernet1.state=disabled Ethernet1.reason='admin' "
                            "Ethernet1.state=disabled Ethernet1.reason='inactive'");
+}
+
+TEST_F(IntfSMTest, WorkThatMovesToAnotherDeferringActivityIsServedInTheOrderOfTheRefresh) {
+  auto const first = deferring();
+  machine->zonFwkActivityIs(first);
+  auto const status = giveStatus(true);
+  // Queued in the other order.
+  status->activeIs(false);
+  config->adminEnabledStateLocalIs(disabled);
+  auto const second = deferring();
+  machine->zonFwkActivityIs(second);
+  EXPECT_EQ(second->zonPending(), 2U);
+  // The configuration's turn: it drops that of the status.
+  config->beforeState = [this] { machine->intfStatusDel(); };
+  EXPECT_EQ(second->zonDispatch(), 1U);
+  EXPECT_EQ(events.take(), "Ethernet1.state=disabled Ethernet1.reason='inactive'");
 }
 
 // ---------------------------------------------------------------------------------------------------------------
