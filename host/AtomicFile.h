@@ -5,8 +5,8 @@
 ///
 /// Guarantees
 ///   A  Until `commit` returned, whatever stood under the name stays as it was; what was begun leaves no trace, also when
-///      the process is killed. (Where the file system knows no files without a name, or in the instant of `commit`, that
-///      leaves a `.varo-host-XXXXXX` which nobody reads.)
+///      the process is killed. (Where the file system knows no files without a name, where /proc is not there, or in the
+///      instant of `commit`, that leaves a `.varo-host-XXXXXX` which nobody reads.)
 ///   B  Readers see the old content or the new one, never a part. A symbolic link keeps pointing, also to what is
 ///      not there yet; the file it names is the one that is replaced or made.
 ///   C  Only a regular file, or none, is replaced. A replaced file's permissions are kept, and its owner

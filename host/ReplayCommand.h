@@ -6,8 +6,9 @@
 /// Guarantees
 ///   A  Memory is bounded by the device and one line, however long the recording is.
 ///   B  A line is applied whole or not at all; what is wrong with it is reported as `FILE:LINE:COLUMN: reason`.
-///   C  A signal or a reader that goes ends the command between two lines. Neither leaves a state behind; a signal leaves
-///      a table. A reader that goes is worth a word only when a state was asked for.
+///   C  The state of a recording that was read to its end is written, whoever reads the output. A signal, or the notice
+///      that the reader has gone, ends the command before, between two lines. Neither leaves a state behind; a signal
+///      leaves a table. A reader that has gone is worth a word only when a state was asked for.
 ///
 /// Use
 ///

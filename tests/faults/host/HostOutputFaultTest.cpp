@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,16 @@ std::string flips(int count) {
   return text;
 }
 
+/// Runs the program with a standard output whose reader has gone before it starts.
+HostResult runUnread(std::vector<std::string> const& arguments) {
+  HostProcess process(arguments, "", true, {"/bin/sh", "-c", "read go; exec \"$0\" \"$@\"", VARO_HOST_PROGRAM});
+  process.closeOutput();
+  process.write("\n");
+  process.closeInput();
+  int const status = process.finish();
+  return {status, process.out(), process.err()};
+}
+
 }  // namespace
 
 // A reader that goes
@@ -67,6 +78,43 @@ TEST(HostReaderGone, TheStateOfAWholeRecordingIsWrittenAllTheSame) {
   EXPECT_EQ(process.finish(), 0);
   EXPECT_EQ(process.err(), "");
   EXPECT_EQ(readFile(file), readFile(expected));
+}
+
+TEST(HostReaderGone, ARecordingReadToItsEndBeforeThatIsNoticedHasItsState) {
+  ScratchDirectory const scratch;
+  std::string const expected = scratch.file("expected");
+  // So few lines of a file are played in one go.
+  std::string const recording = scratch.write("recording", interfaces(200) + flips(141));
+  ASSERT_EQ(runHost({"replay", recording, "--state", expected}).status, 0);
+  for (bool const isJson : {false, true}) {
+    std::string const file = scratch.write("state", "old");
+    std::vector<std::string> arguments = {"replay", recording, "--follow", "--state", file};
+    if (isJson) arguments.push_back("--json");
+    auto const result = runUnread(arguments);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(readFile(file), readFile(expected));
+  }
+}
+
+TEST(HostReaderGone, ALongRecordingIsReadNoFurtherOnceThatIsNoticedAndHasNoState) {
+  ScratchDirectory const scratch;
+  std::string const file = scratch.write("state", "old");
+  // More is told of it than the buffer holds.
+  constexpr int changes = 100000;
+  std::string const recording = scratch.write("recording", interfaces(1) + flips(changes));
+  auto const result = runUnread({"replay", recording, "--follow", "--state", file});
+  EXPECT_EQ(result.status, 1);
+  std::smatch found;
+  std::regex const note(":(\\d+): the reader of standard output has gone; no state is written\n$");
+  ASSERT_TRUE(std::regex_search(result.err, found, note)) << result.err;
+  EXPECT_EQ(result.err, recording + found.str());
+  EXPECT_LT(std::stoi(found.str(1)), changes) << "it read on to the end";
+  EXPECT_EQ(readFile(file), "old");
+  // Without a state there is nothing to say.
+  auto const stateless = runUnread({"replay", recording, "--follow"});
+  EXPECT_EQ(stateless.status, 0);
+  EXPECT_EQ(stateless.err, "");
 }
 
 TEST(HostReaderGone, TheStateOfHalfARecordingIsNotWrittenAndThatIsSaid) {
