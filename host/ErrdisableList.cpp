@@ -34,13 +34,16 @@ Fault findForeign(std::string_view line) {
 }
 
 Fault readLine(std::string_view line, std::map<std::string, std::string>& entries) {
+  if (line.starts_with('#')) {
+    return std::nullopt;
+  }
   if (auto foreign = findForeign(line)) {
     return foreign;
   }
   while (!line.empty() && isBlank(line.back())) {
     line.remove_suffix(1);
   }
-  if (line.empty() || line.front() == '#') {
+  if (line.empty()) {
     return std::nullopt;
   }
   if (isBlank(line.front())) {
@@ -76,14 +79,20 @@ ErrdisableList ErrdisableList::parse(std::string_view text) {
     list.complaints.push_back({1, 1, "a byte-order mark has no place here"});
     return list;
   }
-  for (std::size_t number = 1; !text.empty() && list.complaints.size() < maxComplaints; ++number) {
+  for (std::size_t number = 1; !text.empty() && !list.hasMoreBadLines; ++number) {
     std::size_t const end = std::min(text.find('\n'), text.size());
     std::string_view line = text.substr(0, end);
     text.remove_prefix(std::min(end + 1, text.size()));
     if (line.ends_with('\r')) {
       line.remove_suffix(1);
     }
-    if (auto fault = readLine(line, list.entries)) {
+    auto fault = readLine(line, list.entries);
+    if (!fault) {
+      continue;
+    }
+    if (list.complaints.size() == maxComplaints) {
+      list.hasMoreBadLines = true;
+    } else {
       list.complaints.push_back({number, fault->first, std::move(fault->second)});
     }
   }

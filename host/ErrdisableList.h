@@ -2,11 +2,13 @@
 
 /// \file
 /// The text form of an errdisabled list: a line for each interface, with its name, blanks, and the reason up to the end
-/// of the line. Empty lines and lines that begin with `#` are left out.
+/// of the line, less the blanks it ends with. Empty lines are left out, and lines that begin with `#`, whatever bytes they
+/// hold.
 ///
 /// Guarantees
 ///   A  A text is taken whole or not at all: one bad line, and there are no entries, only complaints.
-///   B  Complaints say line and column, counted in bytes from 1, and end after `maxComplaints`.
+///   B  Complaints say line and column, counted in bytes from 1, a line has one at most, and they end after
+///      `maxComplaints`; `hasMoreBadLines` tells whether any were left out.
 ///
 /// Use
 ///
@@ -34,6 +36,7 @@ struct ErrdisableList {
 
   std::map<std::string, std::string> entries;
   std::vector<Complaint> complaints;
+  bool hasMoreBadLines = false;
 
   static ErrdisableList parse(std::string_view text);
 };

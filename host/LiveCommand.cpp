@@ -214,6 +214,9 @@ void LiveCommand::loadErrdisable(FileWatch::Content content) {
   for (auto const& complaint : list.complaints) {
     complain("{}:{}:{}: {}\n", printable(options_.errdisableFile), complaint.line, complaint.column, complaint.reason);
   }
+  if (list.hasMoreBadLines) {
+    complain("{}: more bad lines, not shown\n", printable(options_.errdisableFile));
+  }
   failed(fmt::format("{}: not taken; what it said before stays in force", printable(options_.errdisableFile)));
 }
 

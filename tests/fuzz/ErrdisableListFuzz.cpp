@@ -15,6 +15,7 @@ namespace {
 
 void checkComplaints(ErrdisableList const& list, std::string_view text) {
   require(list.complaints.size() <= ErrdisableList::maxComplaints, "complaints end");
+  require(!list.hasMoreBadLines || list.complaints.size() == ErrdisableList::maxComplaints, "first some are told");
   require(list.complaints.empty() || list.entries.empty(), "a text is taken whole or not at all");
   auto const lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
   std::size_t last = 0;

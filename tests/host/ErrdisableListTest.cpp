@@ -30,9 +30,20 @@ TEST(ErrdisableList, AnEmptyTextListsNothing) {
 
 TEST(ErrdisableList, TheReasonReachesToTheEndOfItsLine) {
   EXPECT_EQ(parsed("eth0 bpduguard\neth1\t \tstorm control  \r\neth2 x"), "eth0=bpduguard;eth1=storm control;eth2=x;");
+  EXPECT_EQ(parsed("eth0 udld\t \t\n"), "eth0=udld;");
 }
 
 TEST(ErrdisableList, CommentsAreLeftOut) { EXPECT_EQ(parsed("# nothing here\neth0 why # not\n"), "eth0=why # not;"); }
+
+TEST(ErrdisableList, CommentsHoldWhateverTheyLike) {
+  EXPECT_EQ(parsed("# caf\xe9\neth0 why\n"), "eth0=why;") << "no UTF-8";
+  EXPECT_EQ(parsed(std::string_view("#\x1b[31m \0 \r \x7f\t\neth0 why\n", 23)), "eth0=why;") << "control characters";
+  EXPECT_EQ(parsed("# l\xc3"), "") << "cut off";
+  EXPECT_EQ(parsed("#" + std::string(1U << 20U, 'x') + "\neth0 why\n"), "eth0=why;");
+  // They are counted, and end with their line.
+  EXPECT_EQ(parsed("#\xff\n#\x01\r\neth0\n"), "3:5: no reason after \"eth0\";");
+  EXPECT_EQ(parsed("eth0 why\n # why\n"), "2:1: the line begins with a blank; write interface, blank, reason;");
+}
 
 TEST(ErrdisableList, OneBadLineLeavesNoEntries) {
   EXPECT_EQ(parsed("eth0 fine\neth1\n"), "2:5: no reason after \"eth1\";");
@@ -44,11 +55,20 @@ TEST(ErrdisableList, EachBadLineIsNamed) {
 }
 
 TEST(ErrdisableList, ComplaintsEnd) {
-  std::string text;
-  for (int at = 0; at < 1000; ++at) {
+  std::string text = "eth0 why\n";
+  for (std::size_t at = 0; at < ErrdisableList::maxComplaints; ++at) {
     text += "x\n";
   }
-  EXPECT_EQ(ErrdisableList::parse(text).complaints.size(), ErrdisableList::maxComplaints);
+  auto const all = ErrdisableList::parse(text + "eth1 why\n");
+  EXPECT_EQ(all.complaints.size(), ErrdisableList::maxComplaints);
+  EXPECT_FALSE(all.hasMoreBadLines);
+  for (std::string const rest : {"x\n", "x\nx\nx\n", "eth1 why\nx", "eth0 again\n"}) {
+    auto const some = ErrdisableList::parse(text + rest);
+    EXPECT_EQ(some.complaints.size(), ErrdisableList::maxComplaints) << rest;
+    EXPECT_EQ(some.complaints.back().line, ErrdisableList::maxComplaints + 1) << rest;
+    EXPECT_TRUE(some.hasMoreBadLines) << rest;
+    EXPECT_TRUE(some.entries.empty()) << rest;
+  }
 }
 
 TEST(ErrdisableList, BinaryIsRefusedAtItsFirstByte) {

@@ -5,9 +5,11 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "HostProcess.h"
@@ -323,10 +325,50 @@ TEST_F(Live, ABadErrdisableFileIsReportedAndTheOldContentStays) {
   EXPECT_EQ(process.finish(), 1);
 }
 
+TEST_F(Live, OfManyBadLinesInTheErrdisableFileSomeAreReportedAndThatThereAreMore) {
+  std::string text;
+  for (int at = 0; at < 20; ++at) {
+    text += "a0\n";
+  }
+  std::string const file = scratch_.write("errdisable", text);
+  auto const complaintsAt = [&file](int lines) {
+    std::string complaints;
+    for (int line = 1; line <= lines; ++line) {
+      complaints += file + ":" + std::to_string(line) + ":3: no reason after \"a0\"\n";
+    }
+    return complaints;
+  };
+  std::string const end = "varo-host: " + file + ": not taken; what it said before stays in force\n";
+  EXPECT_EQ(runHost({"live", "--errdisable", file}).err, complaintsAt(20) + end);
+  scratch_.write("errdisable", text + "a1 why\na0\n");
+  EXPECT_EQ(runHost({"live", "--errdisable", file}).err,
+            complaintsAt(20) + file + ": more bad lines, not shown\n" + end);
+}
+
 TEST_F(Live, AnErrdisableFileThatCannotBeWatchedIsTrouble) {
   auto const result = runHost({"live", "--errdisable", "/nonexistent/dir/file"});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.err, "varo-host: cannot watch the directory /nonexistent/dir: No such file or directory\n");
+}
+
+TEST_F(Live, AnErrdisableFileInADirectoryThatMayOnlyBeSearchedIsTrouble) {
+  // Root reads everything, unless it gives that up.
+  std::vector<std::string> program = {VARO_HOST_PROGRAM};
+  if (::geteuid() == 0) {
+    program.insert(program.begin(), {"setpriv", "--bounding-set=-dac_override,-dac_read_search"});
+  }
+  std::string const directory = scratch_.file("d");
+  ASSERT_EQ(::mkdir(directory.c_str(), 0755), 0);
+  std::string const file = scratch_.write("d/errdisable", "a0 udld\n");
+  for (mode_t const mode : {0311U, 0711U}) {
+    ASSERT_EQ(::chmod(directory.c_str(), mode), 0);
+    HostProcess process({"live", "--errdisable", file}, "", false, program);
+    bool const isReadable = mode == 0711U;
+    EXPECT_EQ(process.finish(), isReadable ? 0 : 2);
+    EXPECT_EQ(process.err(),
+              isReadable ? "" : "varo-host: cannot watch the directory " + directory + ": Permission denied\n");
+    EXPECT_EQ(process.out().find("udld") != std::string::npos, isReadable) << process.out();
+  }
 }
 
 TEST_F(Live, ADirectoryInTheErrdisableFilesPlaceIsRefused) {
