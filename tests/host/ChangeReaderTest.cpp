@@ -83,6 +83,8 @@ TEST(ChangeReader, BlankLinesAreBlank) {
   EXPECT_TRUE(ChangeReader::isBlank(""));
   EXPECT_TRUE(ChangeReader::isBlank(" \t\r"));
   EXPECT_FALSE(ChangeReader::isBlank("x"));
+  EXPECT_FALSE(ChangeReader::isBlank("\f"));
+  EXPECT_FALSE(ChangeReader::isBlank("\v"));
 }
 
 TEST(ChangeReader, MissingMembersAreNamedBehindTheLine) {
