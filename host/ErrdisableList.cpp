@@ -37,6 +37,10 @@ Fault readLine(std::string_view line, std::map<std::string, std::string>& entrie
   if (line.starts_with('#')) {
     return std::nullopt;
   }
+  // Nobody sees one in front of a name, wherever in the file it stands.
+  if (line.starts_with("\xef\xbb\xbf")) {
+    return {{1, "a byte-order mark has no place here"}};
+  }
   if (auto foreign = findForeign(line)) {
     return foreign;
   }
@@ -75,10 +79,6 @@ Fault readLine(std::string_view line, std::map<std::string, std::string>& entrie
 
 ErrdisableList ErrdisableList::parse(std::string_view text) {
   ErrdisableList list;
-  if (text.starts_with("\xef\xbb\xbf")) {
-    list.complaints.push_back({1, 1, "a byte-order mark has no place here"});
-    return list;
-  }
   for (std::size_t number = 1; !text.empty() && !list.hasMoreBadLines; ++number) {
     std::size_t const end = std::min(text.find('\n'), text.size());
     std::string_view line = text.substr(0, end);

@@ -81,6 +81,9 @@ TEST(ErrdisableList, AByteOrderMarkIsNoPartOfAName) {
   EXPECT_EQ(parsed("\xef\xbb\xbf"
                    "eth0 x\n"),
             "1:1: a byte-order mark has no place here;");
+  EXPECT_EQ(parsed("eth0 x\n\xef\xbb\xbf"
+                   "eth1 y\n"),
+            "2:1: a byte-order mark has no place here;");
 }
 
 TEST(ErrdisableList, Utf8IsFine) { EXPECT_EQ(parsed("eth0 l\xc3\xa4rm\n"), "eth0=l\xc3\xa4rm;"); }
