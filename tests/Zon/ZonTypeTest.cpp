@@ -133,6 +133,26 @@ TEST(ZonType, EverythingPastTheEndIsNullOrEmpty) {
   EXPECT_TRUE(type->referringAttributes().empty());
 }
 
+TEST(ZonType, ValuesHaveNoInterface) {
+  auto const boolean = ZonType::typeNode("bool");
+  ASSERT_TRUE(boolean);
+  EXPECT_EQ(outcome([&] { return boolean->genericIf(nullptr); }), "Type: bool");
+  EXPECT_EQ(outcome([&] { return boolean->genericIfConst(nullptr); }), "Type: bool");
+}
+
+TEST(ZonType, WhatIsEnteredTwiceStandsOnce) {
+  ZonType* const type = newNode("twice::Entered");
+  ZonType const* const derived = newNode("twice::Derived");
+  type->zonDerivedTypeIs(derived);
+  type->zonDerivedTypeIs(derived);
+  EXPECT_EQ(names(type->derivedTypes()), "twice::Derived ");
+  auto const first = newPtr<ZonAttr>("speed", Ptr<ZonType>(), ZonAttr::AttrFlags(), 130);
+  type->zonAttributeIs(first);
+  type->zonAttributeIs(newPtr<ZonAttr>("speed", Ptr<ZonType>(), ZonAttr::AttrFlags(), 130));
+  EXPECT_EQ(type->attributeQs(), 1U);
+  EXPECT_EQ(type->attributeQ(0), first);
+}
+
 TEST(ZonType, NodesAreNeverFreed) {
   EXPECT_TRUE(Zon::Dir::_fwkType()->isNondestructing());
   { Ptr<ZonType> const held(Zon::Dir::_fwkType()); }

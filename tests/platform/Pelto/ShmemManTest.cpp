@@ -491,6 +491,15 @@ TEST_F(ShmemManTest, AttachOpensExistingObjectsOnly) {
   EXPECT_NE(refusal([&] { ShmemMan::attach(name_); }), "not refused");
 }
 
+TEST_F(ShmemManTest, WhatCannotBeUnlinkedIsARangeExceptionThatSaysWhy) {
+  // A directory where the objects are.
+  std::string const path = "/dev/shm/" + name_.stdString();
+  ASSERT_EQ(::mkdir(path.c_str(), 0700), 0);
+  std::string const text = refusal([&] { ShmemMan::unlink(name_); });
+  EXPECT_EQ(::rmdir(path.c_str()), 0);
+  EXPECT_EQ(text, "shared memory \"" + name_.stdString() + "\": cannot unlink: Is a directory");
+}
+
 TEST_F(ShmemManTest, AnImpossibleCapacityIsRefusedAndLeavesNoObject) {
   EXPECT_NE(refusal([&] { make(63); }), "not refused");
   EXPECT_NE(refusal([&] { make(~std::uint64_t{0}); }), "not refused");
