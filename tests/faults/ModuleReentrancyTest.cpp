@@ -222,12 +222,12 @@ class Expectations {
 
 /// Where the documents ask the host to sweep: what a deferring activity coalesced; inputs that were changed by a
 /// watcher inside an evaluation, or by an overridden setter before it set, or while a module was being wired; slices that
-/// were edited by a watcher of the output or of their own.
+/// were edited by a watcher of the output, of their own, or of the counters that leave them.
 bool asksForASweep(World const& world, std::string const& step, std::string const& struck) {
   if (step.starts_with("wire")) return true;
   if (defers(world)) return true;
-  for (char const* const inside : {"before ", ":state", "enabledState", "adminEnabled",
-                                   "published:", "intfQueueCounterDir", "forwardingModel", " slice ", "lock "})
+  for (char const* const inside : {"before ", ":state", "enabledState", "adminEnabled", "published:",
+                                   "intfQueueCounterDir", "forwardingModel", " slice ", "lock ", ":parent"})
     if (struck.find(inside) != std::string::npos) return true;
   return false;
 }
