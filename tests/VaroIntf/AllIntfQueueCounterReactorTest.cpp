@@ -537,6 +537,17 @@ TEST_F(DiscoveryTest, ASliceRemovedByAnEarlierWatcherOfItsOwnLeavesTheInterfaceP
   EXPECT_EQ(idsOf(*out), "");
 }
 
+TEST_F(DiscoveryTest, ASliceRemovedByAWatcherOfTheLeavingCountersParentLeavesTheInterfacePublished) {
+  auto const a = add("a", {"E1", "E2"});
+  auto const reactor = made();
+  auto const leaving = watchParent(a->intfQueueCounterDir("E1"), [&] { slices->entityPtrDel("a"); });
+  a->intfQueueCounterDirDel("E1");
+  EXPECT_EQ(slicesOf(*reactor), "");
+  EXPECT_EQ(idsOf(*out), "E1");
+  reactor->handleQueueCounterDir();
+  EXPECT_EQ(idsOf(*out), "");
+}
+
 TEST_F(DiscoveryTest, AnInterfaceRemovedWhileItsSliceReactorIsBeingBuiltStaysPublishedUntilItsHandlerRuns) {
   auto const reactor = made();
   auto const a = newSlice("a", {"E1", "E2"}, {"c"});
