@@ -276,7 +276,7 @@ void checkAdoptable(Entity const& owner, Ptr<Entity> const& member);
 /// Refuses what another collection lists already, or the same owner under another attribute.
 void checkNotFiled(Entity const& member);
 /// Makes `owner` the parent of `added`, under the attribute `id`, in place of `replaced` (null allowed). Both have moved
-/// before the watchers of either hear of it, and what an overridden operation of one throws keeps the other from nothing.
+/// before the watchers of either hear of it; what an overridden operation of one throws keeps the other from nothing.
 void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entity> const& added);
 
 /// Leaves `removed` without parent, whatever its overridden operation throws, unless it has another one than `owner`.

@@ -3,9 +3,9 @@
 /// \file
 /// The reflective interfaces of objects. Include Zon/GenericIf.h.
 ///
-/// Guarantees: those of Zon/GenericIf.h. Every class X with a type node has `X::GenericIf_`, a `TableGenericIf<X>`: made of a `Ptr<X>` it reads and modifies,
-/// made of a `Ptr<X const>` it only reads. Made of null it answers names and ids; operations raise the range exception
-/// "null ValidPtr".
+/// Guarantees: those of Zon/GenericIf.h. Every class X with a type node has `X::GenericIf_`, a `TableGenericIf<X>`: made
+/// of a `Ptr<X>` it reads and modifies, made of a `Ptr<X const>` it only reads. Made of null it answers names and ids;
+/// operations raise the range exception "null ValidPtr".
 ///
 /// Use
 ///
