@@ -55,8 +55,9 @@ bool CounterRemoval::ask() const {
     throw Trouble("--unlink: there is no terminal to ask on; --yes removes without asking");
   }
   for (CounterObject const* const object : list_.shown()) {
+    std::size_t const blocks = object->blocks().size();
     std::string const what =
-        object->fault().empty() ? fmt::format("{} blocks", object->blocks().size()) : object->fault();
+        object->fault().empty() ? fmt::format("{} block{}", blocks, blocks == 1 ? "" : "s") : object->fault();
     complain("{}: {}\n", printable(object->name()), what);
   }
   complain("Who has them open goes on, unseen by others. Remove them? [y/N] ");

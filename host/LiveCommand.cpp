@@ -192,10 +192,14 @@ std::optional<std::string> LiveCommand::readErrdisable() {
   case Result::changing:
     break;
   case Result::refused:
-    failed(fmt::format("{}: {}; what it said before stays in force", shown, read.text));
+    failed(fmt::format("{}: {}; {}", shown, read.text, inForce()));
     break;
   }
   return std::nullopt;
+}
+
+char const* LiveCommand::inForce() const noexcept {
+  return hasList_ ? "what it said before stays in force" : "no interface is error-disabled";
 }
 
 void LiveCommand::loadErrdisable(FileWatch::Content content) {
@@ -207,6 +211,7 @@ void LiveCommand::loadErrdisable(FileWatch::Content content) {
   }
   auto const list = ErrdisableList::parse(*text);
   if (list.complaints.empty()) {
+    hasList_ = true;
     links_.errdisabledIs(list.entries);
     return;
   }
@@ -217,7 +222,7 @@ void LiveCommand::loadErrdisable(FileWatch::Content content) {
   if (list.hasMoreBadLines) {
     complain("{}: more bad lines, not shown\n", printable(options_.errdisableFile));
   }
-  failed(fmt::format("{}: not taken; what it said before stays in force", printable(options_.errdisableFile)));
+  failed(fmt::format("{}: not taken; {}", printable(options_.errdisableFile), inForce()));
 }
 
 }  // namespace VaroHost

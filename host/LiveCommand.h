@@ -57,6 +57,8 @@ class LiveCommand final : private LiveLinks::Events {
   void count();
   /// Counters that nobody else can read are no reason to fail.
   void countersFailed(std::string const& text);
+  /// What a list that is not taken leaves.
+  char const* inForce() const noexcept;
   void loadErrdisable(FileWatch::Content content);
   /// The file's content, empty when it does not exist, nothing when it cannot be read (which is reported) or
   /// is being written (of which the watch will tell).
@@ -83,6 +85,8 @@ class LiveCommand final : private LiveLinks::Events {
   std::optional<FileWatch> errdisableWatch_;
 
   bool isShown_ = false;
+  /// Whether an errdisable list was taken.
+  bool hasList_ = false;
   bool hasAllBlocks_ = true;
   std::string countError_;
   int status_ = ExitStatus::fine;

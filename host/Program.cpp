@@ -115,7 +115,9 @@ void addLive(CLI::App& command, LiveOptions& options) {
 }
 
 void addDiff(CLI::App& command, DiffOptions& options) {
-  command.add_option("A", options.before, "State to compare, as --state wrote it; - for standard input")->required();
+  command
+      .add_option("A", options.before, "State to compare, as --state wrote it; - for standard input, as one of the two")
+      ->required();
   command.add_option("B", options.after, "State to compare it with")->required();
   command.add_flag("--json", options.isJson, "Print each difference as a JSON document");
   command.footer("Exit status: 0 the states are the same; 1 they differ; 2 wrong usage or trouble.");

@@ -222,7 +222,7 @@ TEST_F(Live, AnErrdisableFileThatIsHugeIsRefused) {
   std::string const file = scratch_.write("errdisable", std::string((16U << 20U) + 1, 'x'));
   auto const result = runHost({"live", "--errdisable", file});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, "varo-host: " + file + ": larger than 16 MiB; what it said before stays in force\n");
+  EXPECT_EQ(result.err, "varo-host: " + file + ": larger than 16 MiB; no interface is error-disabled\n");
 }
 
 TEST_F(Live, LeaveDownKeepsItDown) {
@@ -338,7 +338,7 @@ TEST_F(Live, OfManyBadLinesInTheErrdisableFileSomeAreReportedAndThatThereAreMore
     }
     return complaints;
   };
-  std::string const end = "varo-host: " + file + ": not taken; what it said before stays in force\n";
+  std::string const end = "varo-host: " + file + ": not taken; no interface is error-disabled\n";
   EXPECT_EQ(runHost({"live", "--errdisable", file}).err, complaintsAt(20) + end);
   scratch_.write("errdisable", text + "a1 why\na0\n");
   EXPECT_EQ(runHost({"live", "--errdisable", file}).err,

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 #include "HostProcess.h"
 
@@ -398,6 +399,14 @@ TEST(Replay, AnotherPluginCanBeNamed) {
   auto const result = replay(add, {"--plugin", VARO_LIBZON_FILE});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.err, "varo-host: the plug-in does not offer the type VaroIntf::Agent\n");
+}
+
+TEST(Replay, APluginInTheWorkingDirectoryNeedsNoSlash) {
+  ScratchDirectory const scratch;
+  ASSERT_EQ(::symlink(VARO_LIBVARO_FILE, scratch.file("here.so").c_str()), 0);
+  HostProcess process({scratch.file(""), "replay", "-", "--plugin", "here.so"}, add, false,
+                      {"/bin/sh", "-c", "cd \"$1\" && shift && exec \"$0\" \"$@\"", VARO_HOST_PROGRAM});
+  EXPECT_EQ(process.finish(), 0) << process.err();
 }
 
 TEST(Replay, QueueCountersThatCannotBeAppliedAreReported) {

@@ -93,6 +93,12 @@ TEST(State, OfThisMachineIsAStateToo) {
   EXPECT_TRUE(nlohmann::json::parse(alone.out)["aggregate"]["intfConfig"].contains("lo")) << alone.out;
 }
 
+TEST(Diff, OnlyOneStateComesFromStandardInput) {
+  auto const result = runHost({"diff", "-", "-"}, "{}");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err, "varo-host: diff: only one of the states can come from standard input\n");
+}
+
 TEST(Diff, TellsByItsStatusWhetherStatesAreTheSame) {
   ScratchDirectory const scratch;
   std::string const a = scratch.write("a", stateAfter(start));
