@@ -90,7 +90,7 @@ Ptr<Child> findOrMake(HashMap<Child, Key>& children, Key const& key, Make const&
     check(*kept);
     return kept;
   }
-  Key const held(key);
+  Key const held(key);  // NOLINT(performance-unnecessary-copy-initialization): making may end what it belongs to
   Ptr<Child> const made = validPtr(Ptr<Child>(make(held)));
   if (Ptr<Child> const found = children.member(held)) {
     check(*found);
