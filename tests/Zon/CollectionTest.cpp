@@ -454,6 +454,21 @@ TYPED_TEST(OwningCollectionTest, WhatHasAnotherParentIsRefusedAndNothingChanges)
   EXPECT_EQ(this->kind.members("a", 1)->parent(), other);
 }
 
+TYPED_TEST(OwningCollectionTest, WhatWasGivenAnotherParentByHandIsRefused) {
+  auto const elsewhere = newPtr<Zon::Entity>("elsewhere");
+  auto const member = this->kind.members("a", 1);
+  member->parentIs(elsewhere);
+  try {
+    this->set("a", 1);
+    FAIL();
+  } catch (Zon::RangeException const& exception) {
+    EXPECT_EQ(exception.text(), "already a member of elsewhere");
+  }
+  EXPECT_EQ(this->heard(), "");
+  EXPECT_EQ(this->shown("a"), -1);
+  EXPECT_EQ(member->parent(), elsewhere);
+}
+
 TYPED_TEST(OwningCollectionTest, WhatIsListedElsewhereIsRefusedWhateverItsParentIs) {
   auto const other = newPtr<typename TypeParam::Owner>("other");
   auto const member = this->kind.members("a", 1);
