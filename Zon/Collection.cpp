@@ -1,15 +1,25 @@
 #include "Zon/Collection.h"
 
+#include <string>
+
 #include "Zon/FirstThrown.h"
 
 namespace Zon {
+
+namespace {
+
+[[noreturn]] void refuseMemberOf(std::string const& where) {
+  throwRangeException(String8("already a member of " + where));
+}
+
+}  // namespace
 
 void checkAdoptable(Entity const& owner, Ptr<Entity> const& member) {
   if (!member) {
     throwRangeException("null ValidPtr");
   }
   if (member->zonHasParent() && !member->zonIsChildOf(&owner)) {
-    throwRangeException(String8("already a member of " + member->parent()->fullName().stdString()));
+    refuseMemberOf(member->parent()->fullName().stdString());
   }
   for (Ptr<Entity const> ancestor(&owner); ancestor; ancestor = ancestor->parent()) {
     if (ancestor == member) {
@@ -21,8 +31,7 @@ void checkAdoptable(Entity const& owner, Ptr<Entity> const& member) {
 void checkNotFiled(Entity const& member) {
   if (member.zonIsFiled()) {
     Ptr<Entity const> const parent = member.parent();
-    throwRangeException(
-        String8("already a member of " + (parent ? parent->fullName().stdString() : "another collection")));
+    refuseMemberOf(parent ? parent->fullName().stdString() : "another collection");
   }
 }
 

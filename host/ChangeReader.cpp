@@ -405,7 +405,7 @@ Change const& ChangeReader::read(std::string_view line) {
   }
   if (given != schema.keyCount()) {
     fail(keyMember.column, fmt::format("{} is found by {} key{}, not by {}", schema.name, schema.keyCount(),
-                                       schema.keyCount() == 1 ? "" : "s", given));
+                                       plural(schema.keyCount()), given));
   }
   for (std::size_t at = 0; at < given; ++at) {
     Raw const& key = isList ? members.listedKey(at) : keyMember;

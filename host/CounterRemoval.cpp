@@ -57,7 +57,7 @@ bool CounterRemoval::ask() const {
   for (CounterObject const* const object : list_.shown()) {
     std::size_t const blocks = object->blocks().size();
     std::string const what =
-        object->fault().empty() ? fmt::format("{} block{}", blocks, blocks == 1 ? "" : "s") : object->fault();
+        object->fault().empty() ? fmt::format("{} block{}", blocks, plural(blocks)) : object->fault();
     complain("{}: {}\n", printable(object->name()), what);
   }
   complain("Who has them open goes on, unseen by others. Remove them? [y/N] ");

@@ -77,11 +77,11 @@ void CounterTable::print(Output& out, Output::Size size) const {
 
 void CounterTable::printSummary(Output& out) const {
   std::size_t const objects = list_.shown().size();
-  out.print("\n{} object{}, ", objects, objects == 1 ? "" : "s");
+  out.print("\n{} object{}, ", objects, plural(objects));
   if (rows_ != blocks_) {
     out.print("{} of ", rows_);
   }
-  out.print("{} block{}\n", blocks_, blocks_ == 1 ? "" : "s");
+  out.print("{} block{}\n", blocks_, plural(blocks_));
 }
 
 }  // namespace VaroHost

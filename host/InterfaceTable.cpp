@@ -110,8 +110,6 @@ class RowPrinter {
   std::string line_;
 };
 
-std::string_view plural(std::size_t count) { return count == 1 ? "" : "s"; }
-
 }  // namespace
 
 void InterfaceTable::print(Output& out) const {

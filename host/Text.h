@@ -37,5 +37,7 @@ std::string printable(std::string_view bytes);
 std::size_t displayWidth(std::string_view text);
 /// `printable`, cut with "..." after at most `columns` columns.
 std::string excerpt(std::string_view bytes, std::size_t columns = 60);
+/// What the word behind a number ends in.
+constexpr std::string_view plural(std::size_t count) noexcept { return count == 1 ? "" : "s"; }
 
 }  // namespace VaroHost

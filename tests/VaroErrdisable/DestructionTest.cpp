@@ -28,16 +28,22 @@ using MournedActivity = Mourned<Zon::ActivityConfig>;
 
 constexpr auto immediately = Zon::ActivityConfig::Delivery::immediate;
 
+/// The machine of an interface that alone holds its activity, errdisable status, configuration and status.
+Zon::Ptr<IntfSM> mournedMachine(Events& events) {
+  auto const machine =
+      VaroErrdisable::intfSMFactory(Zon::newPtr<MournedActivity>(events, "activity", immediately), "Ethernet1",
+                                    Zon::newPtr<MournedList>(events, "errdisable", "errdisable"),
+                                    Zon::newPtr<MournedConfig>(events, "config", "Ethernet1"));
+  machine->intfStatusIs(Zon::newPtr<MournedStatus>(events, "status", "Ethernet1"));
+  return machine;
+}
+
 // ---------------------------------------------------------------------------------------------------------------
 // Order
 
 TEST(Destruction, AnInterfacesMachineReleasesStatusConfigurationErrdisableStatusAndActivityInThisOrder) {
   Events events;
-  auto machine =
-      VaroErrdisable::intfSMFactory(Zon::newPtr<MournedActivity>(events, "activity", immediately), "Ethernet1",
-                                    Zon::newPtr<MournedList>(events, "errdisable", "errdisable"),
-                                    Zon::newPtr<MournedConfig>(events, "config", "Ethernet1"));
-  machine->intfStatusIs(Zon::newPtr<MournedStatus>(events, "status", "Ethernet1"));
+  auto machine = mournedMachine(events);
   EXPECT_EQ(events.take(), "");
   machine = nullptr;
   EXPECT_EQ(events.take(), "~status ~config ~errdisable ~activity");
@@ -45,11 +51,7 @@ TEST(Destruction, AnInterfacesMachineReleasesStatusConfigurationErrdisableStatus
 
 TEST(Destruction, AnInterfacesMachineReleasesItsCollectionLinkBeforeItsMembers) {
   Events events;
-  auto machine =
-      VaroErrdisable::intfSMFactory(Zon::newPtr<MournedActivity>(events, "activity", immediately), "Ethernet1",
-                                    Zon::newPtr<MournedList>(events, "errdisable", "errdisable"),
-                                    Zon::newPtr<MournedConfig>(events, "config", "Ethernet1"));
-  machine->intfStatusIs(Zon::newPtr<MournedStatus>(events, "status", "Ethernet1"));
+  auto machine = mournedMachine(events);
   machine->fwkHmNextIs(Zon::newPtr<Mourned<IntfSM>>(events, "linked", nullptr, "Ethernet2", nullptr, nullptr));
   EXPECT_EQ(events.take(), "");
   machine = nullptr;
