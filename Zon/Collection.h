@@ -275,6 +275,13 @@ class PointerCollection : private ValueCollection<X, Entry> {
 void checkAdoptable(Entity const& owner, Ptr<Entity> const& member);
 /// Refuses what another collection lists already, or the same owner under another attribute.
 void checkNotFiled(Entity const& member);
+/// For the end of an owning collection: its members may enter another one.
+template <class Members>
+void unfile(Members& members) {
+  for (auto at = members.iterator(); at; at.advance()) {
+    at->zonIsFiledIs(false);
+  }
+}
 /// Makes `owner` the parent of `added`, under the attribute `id`, in place of `replaced` (null allowed). Both have moved
 /// before the watchers of either hear of it; what an overridden operation of one throws keeps the other from nothing.
 void adopt(Entity& owner, AttributeId id, Ptr<Entity> const& replaced, Ptr<Entity> const& added);
@@ -289,11 +296,7 @@ class OwningCollection : public MapCollection<X, M, K> {
   OwningCollection() = default;
   OwningCollection(OwningCollection const&) = delete;
   OwningCollection& operator=(OwningCollection const&) = delete;
-  ~OwningCollection() {
-    for (auto at = this->iterator(); at; at.advance()) {
-      at->zonIsFiledIs(false);
-    }
-  }
+  ~OwningCollection() { unfile(*this); }
 
   Ptr<M> ptr(K const& key) const { return Ptr<M>(this->find(key)); }
 

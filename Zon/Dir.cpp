@@ -6,11 +6,7 @@ namespace Zon {
 
 Dir::Dir(Name name) : PlatformEntity(std::move(name)) {}
 
-Dir::~Dir() {
-  for (auto at = entries_.iterator(); at; at.advance()) {
-    at->zonIsFiledIs(false);
-  }
-}
+Dir::~Dir() { unfile(entries_); }
 
 Ptr<Entity> Dir::entityPtr(Name const& name) { return entries_.ptr(name); }
 
